@@ -1,0 +1,20 @@
+# Compiler settings of every target of this project, on one interface target.
+add_library(fw_options INTERFACE)
+target_compile_features(fw_options INTERFACE cxx_std_20)
+target_include_directories(fw_options INTERFACE "${PROJECT_SOURCE_DIR}")
+target_compile_options(fw_options INTERFACE
+    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
+    # Thresholds are single precision at named steps; a fused multiply-add would change results.
+    -ffp-contract=off)
+if(FW_WARNINGS_AS_ERRORS)
+    target_compile_options(fw_options INTERFACE -Werror)
+endif()
+if(FW_SANITIZE)
+    target_compile_options(fw_options INTERFACE
+        -fsanitize=${FW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(fw_options INTERFACE -fsanitize=${FW_SANITIZE})
+endif()
+set(CMAKE_CXX_EXTENSIONS OFF)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "media/Asset.h"
+#include "media/FourCC.h"
+#include "media/MediaTime.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace fw {
+
+/// Whether a counter track, too, is read as timecode, or its number given as it is.
+enum class AssumeTCOnly : bool { kNo, kYes };
+enum class DropFrame : bool { kNo, kYes };
+
+/// Broken-down timecode, 24 bytes, the fields in the order of the platform's time record. Only
+/// flags (1 = valid), hours, minutes, seconds and frames are ever set.
+struct SmpteTime {
+    std::int16_t subframes = 0;
+    std::int16_t subframeDivisor = 0;
+    std::uint32_t counter = 0;
+    std::uint32_t type = 0;
+    std::uint32_t flags = 0;
+    std::int16_t hours = 0;
+    std::int16_t minutes = 0;
+    std::int16_t seconds = 0;
+    std::int16_t frames = 0;
+
+    bool operator==(const SmpteTime&) const = default;
+};
+
+/// What a movie says about its rate, its timecode and its codecs. Nothing fails: absent data has
+/// the stated fall-back. Stateless; safe from any thread. Every call asks the asset anew.
+class FWAVFoundation {
+public:
+    FWAVFoundation() = delete;
+
+    /// Frames a second: of the timecode track when it carries a frame duration, else the nominal
+    /// rate of the video track, else 29.97.
+    static double fpsForAsset(const Asset& asset);
+    /// 0.0 when the asset is not readable or no description has a frame duration.
+    static double fpsFromTimecodeForAsset(const Asset& asset, const Track& timecodeTrack);
+    /// 1000 / (1000 x fps) seconds for whole rates, 1001 / (1000 x the next whole rate) for others.
+    static MediaTime frameLengthForFPS(double fps);
+    static MediaTime frameLengthForAsset(const Asset& asset);
+    /// seconds x fps, rounded to four decimals and then cut; 0 for a time that is not a number.
+    static std::uint64_t framesAtTime(const MediaTime& time, double fps);
+    /// A null asset has no frames.
+    static std::uint64_t frameDurationForAsset(const Asset* asset);
+    /// The frame length times the low 32 bits of the count, taken as signed.
+    static MediaTime timeFromFrameCount(std::uint64_t frameCount, double fps);
+    static bool isDropFrame(const Asset& asset);
+
+    /// The timecode of the first frame as the timecode track records it; the default when there is
+    /// no track, no usable sample or the asset is not readable.
+    static std::optional<std::string>
+    timecodeStartForAsset(const Asset& asset, const std::optional<std::string>& defaultStart);
+    static std::optional<std::string>
+    timecodeStartForAsset(const Asset& asset, const std::optional<std::string>& defaultStart,
+                          AssumeTCOnly assumeTCOnly);
+    static std::optional<std::string>
+    timecodeStartForAsset(const Asset& asset, const Track& timecodeTrack,
+                          const std::optional<std::string>& defaultStart);
+    static std::optional<std::string>
+    timecodeStartForAsset(const Asset& asset, const Track& timecodeTrack,
+                          const std::optional<std::string>& defaultStart,
+                          AssumeTCOnly assumeTCOnly);
+
+    /// Always text; a time below zero counts as zero.
+    static std::string timecodeAtTime(const MediaTime& time, const Asset& asset);
+    static std::string timecodeAtTime(const MediaTime& time, const Asset& asset,
+                                      const std::optional<std::string>& defaultStart);
+    static std::string timecodeForAsset(const Asset& asset, const MediaTime& time,
+                                        const std::optional<std::string>& startPoint);
+    static std::string timecodeForAsset(const Asset& asset, const MediaTime& time,
+                                        const std::optional<std::string>& startPoint,
+                                        DropFrame dropFrame);
+    static MediaTime timeFromTimecode(const std::string& timecode, const Asset& asset);
+
+    /// Whether the asset may be read as a local movie: no playlist, nothing remote.
+    static bool isReadable(const Asset& asset);
+    /// 0 when the track has no format description.
+    static FourCC fourCCForTrack(const Track& track);
+    /// The four bytes as characters (a byte above 127 is that Latin-1 character), blanks at both
+    /// ends removed; a zero byte stays.
+    static std::string fourCCString(FourCC code);
+    /// Absent only for a video track whose description has no format name.
+    static std::optional<std::string> codecNameForTrack(const Track& track);
+};
+
+/// Hours, minutes, seconds and frames of a frame number as a timecode sample stores it
+/// (big-endian). All zero when the description is not 'tmcd' or its quanta are 0.
+SmpteTime timecodeForFrameNumber32UsingFormatDescription(std::int32_t storedFrameNumber,
+                                                         const FormatDescription& description);
+
+} // namespace fw
