@@ -89,8 +89,10 @@ std::int64_t startOffset(const AVFormatContext& format, const AVStream& stream) 
         return 0; // Their timeline starts at zero by itself; an empty edit is part of it.
     }
     if (isContainer(format, "avi")) {
-        // With B-frames libavformat counts the delay of the decoder as time.
-        return stream.start_time == AV_NOPTS_VALUE ? 0 : stream.start_time;
+        // AVI counts frames in coding order; what a decoder holds back to reorder B-frames comes
+        // out that much later on this clock.
+        const std::int64_t start = stream.start_time == AV_NOPTS_VALUE ? 0 : stream.start_time;
+        return isMovingPicture(stream) ? start + stream.codecpar->video_delay : start;
     }
     if (format.start_time == AV_NOPTS_VALUE) {
         return 0;

@@ -88,7 +88,7 @@ bool LibavReader::moveToStart() {
             break;
         }
         met_ = decoder_->next();
-        if (met_ && met_->time <= start_) {
+        if (met_ && met_->time.isNumeric() && met_->time <= start_) {
             return true;
         }
     }

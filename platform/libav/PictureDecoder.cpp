@@ -77,6 +77,7 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     lastTimestamp_.reset();
     isDraining_ = false;
     hasEnded_ = false;
+    hasSought_ = true;
     return result >= 0;
 }
 
@@ -192,16 +193,26 @@ void PictureDecoder::noteDamage(int code) {
 }
 
 PictureDecoder::Frame PictureDecoder::taken() {
-    std::int64_t timestamp = frame_->best_effort_timestamp;
-    if (timestamp == AV_NOPTS_VALUE) { // The last frames of program streams and AVI.
-        timestamp = lastTimestamp_ ? *lastTimestamp_ + timing_.frameTicks() : 0;
-    }
     if (isDamaged(*frame_)) {
         noteDamage(AVERROR_INVALIDDATA);
     }
-    lastTimestamp_ = timestamp;
     ++framesSinceSeek_;
-    return {frame_.get(), timing_.timeAt(timestamp)};
+    if (const auto timestamp = timestampOf(*frame_)) {
+        lastTimestamp_ = timestamp;
+        return {frame_.get(), timing_.timeAt(*timestamp)};
+    }
+    return {frame_.get(), MediaTime::invalid()};
+}
+
+/// Some frames of program streams and AVI carry no time: they follow the frame before.
+std::optional<std::int64_t> PictureDecoder::timestampOf(const AVFrame& frame) const {
+    if (frame.best_effort_timestamp != AV_NOPTS_VALUE) {
+        return frame.best_effort_timestamp;
+    }
+    if (lastTimestamp_) {
+        return *lastTimestamp_ + timing_.frameTicks();
+    }
+    return hasSought_ ? std::nullopt : std::optional(timing_.firstTimestamp());
 }
 
 } // namespace fw::libav

@@ -21,7 +21,7 @@ public:
 
     struct Frame {
         const AVFrame* picture = nullptr; ///< Valid until the next call.
-        MediaTime time;
+        MediaTime time; ///< Invalid for a frame right after a seek whose time is not known.
     };
 
     /// Moves to a key frame before or at a time; what was noted is forgotten. False when the
@@ -45,6 +45,7 @@ private:
     void note(const Error& error);
     void noteDamage(int code);
     Frame taken();
+    std::optional<std::int64_t> timestampOf(const AVFrame& frame) const;
 
     FormatHandle format_;
     CodecHandle codec_;
@@ -57,6 +58,7 @@ private:
     std::optional<std::int64_t> lastTimestamp_;
     bool isDraining_ = false;
     bool hasEnded_ = false;
+    bool hasSought_ = false;
 };
 
 } // namespace fw::libav

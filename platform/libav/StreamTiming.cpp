@@ -106,7 +106,7 @@ std::optional<MediaTime> statedEnd(const AVFormatContext& format, const AVStream
         if (isContainer(format, "mov") && stream.start_time != AV_NOPTS_VALUE) {
             end += std::max<std::int64_t>(stream.start_time, 0);
         } else if (stream.start_time != AV_NOPTS_VALUE) {
-            end += stream.start_time - startOffset(format, stream);
+            end += std::max<std::int64_t>(stream.start_time - startOffset(format, stream), 0);
         }
         return MediaTime::make(end * stream.time_base.num, stream.time_base.den);
     }

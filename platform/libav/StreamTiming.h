@@ -18,6 +18,8 @@ public:
     const FrameRate& rate() const { return rate_; }
     /// A timestamp of the stream as time since the start of the presentation.
     MediaTime timeAt(std::int64_t timestamp) const { return grid_.timeAt(timestamp - offset_); }
+    /// The timestamp at which the presentation starts.
+    std::int64_t firstTimestamp() const { return offset_; }
     /// The timestamp of a time, rounded down; held at the ends of the range.
     std::int64_t timestampAt(const MediaTime& time) const;
     /// One frame's length in ticks of the stream, at least 1.

@@ -166,7 +166,7 @@ const std::vector<MovieKind> kKinds = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EveryKindOfMovie, testing::ValuesIn(kKinds),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& kind) { return kind.param.name; });
 
 } // namespace
 } // namespace fw
