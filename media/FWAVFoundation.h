@@ -14,24 +14,12 @@ namespace fw {
 enum class AssumeTCOnly : bool { kNo, kYes };
 enum class DropFrame : bool { kNo, kYes };
 
-/// Broken-down timecode, 24 bytes, the fields in the order of the platform's time record. Only
-/// flags (1 = valid), hours, minutes, seconds and frames are ever set.
-struct SmpteTime {
-    std::int16_t subframes = 0;
-    std::int16_t subframeDivisor = 0;
-    std::uint32_t counter = 0;
-    std::uint32_t type = 0;
-    std::uint32_t flags = 0;
-    std::int16_t hours = 0;
-    std::int16_t minutes = 0;
-    std::int16_t seconds = 0;
-    std::int16_t frames = 0;
-
-    bool operator==(const SmpteTime&) const = default;
-};
-
 /// What a movie says about its rate, its timecode and its codecs. Nothing fails: absent data has
-/// the stated fall-back. Stateless; safe from any thread. Every call asks the asset anew.
+/// the stated fall-back, and so has a reader that throws. Stateless; safe from any thread. Every
+/// call asks the asset anew.
+///
+/// Its operations stand in AssetTiming.cpp (rates, lengths, counts), AssetTimecode.cpp (start
+/// timecode, timecode and time) and AssetInformation.cpp (readability, codec names).
 class FWAVFoundation {
 public:
     FWAVFoundation() = delete;
@@ -88,10 +76,5 @@ public:
     /// Absent only for a video track whose description has no format name.
     static std::optional<std::string> codecNameForTrack(const Track& track);
 };
-
-/// Hours, minutes, seconds and frames of a frame number as a timecode sample stores it
-/// (big-endian). All zero when the description is not 'tmcd' or its quanta are 0.
-SmpteTime timecodeForFrameNumber32UsingFormatDescription(std::int32_t storedFrameNumber,
-                                                         const FormatDescription& description);
 
 } // namespace fw

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,7 +16,9 @@ double modulus(double a, double b);
 /// separator is read anywhere. Counts are unsigned and wrap. A timebase (whole frames a second) of
 /// zero or below means 30. `ntsc` tells that the real rate is timebase x 1000 / 1001; conversions
 /// take it and need it not. Drop-frame counting here has blocks of 600 x fps frames, not the
-/// 17982 of a recorder: deliberate. Pure functions but for timeOfDayTimecode; safe from any thread.
+/// 17982 of a recorder: deliberate. Fields are read as the integers they begin with; a field that
+/// begins with none is 0. Numbers too large for their type are held at its ends.
+/// Pure functions but for the time of day; safe from any thread.
 class FWTimecode {
 public:
     FWTimecode() = delete;
@@ -35,8 +38,12 @@ public:
     /// With ntsc: timebase x 1000 / 1001 for 24, 30 and 60, 0.0 for every other.
     static double frameRateFromTimebase(std::int64_t timebase, bool isNTSC);
     static std::string timecodeFromSeconds(double seconds, float fps, bool dropFrame);
-    /// The local time of day.
+    /// The local time of day; the frame is the hundredth of the second x the real rate, rounded
+    /// down.
     static std::string timeOfDayTimecode(std::int64_t timebase, bool ntsc, bool dropFrame);
+    /// The same of a given moment.
+    static std::string timeOfDayTimecode(std::int64_t timebase, bool ntsc, bool dropFrame,
+                                         std::chrono::system_clock::time_point moment);
     static std::string addTimecode(const std::string& timecode, const std::string& toTimecode,
                                    std::int64_t timebase, bool ntsc, bool dropFrame);
     /// Nothing when the difference would be below zero.
@@ -47,10 +54,14 @@ public:
     /// Both ends included; compared at 24 frames a second whatever the material's rate: deliberate.
     static bool timecodeInRange(const std::string& timecode, const std::string& start,
                                 const std::string& end);
+    /// The number that drop-frame counting writes on a frame. Unchanged when the rate makes a block
+    /// or a minute of no frames.
     static std::uint64_t addDroppedFrames(std::uint64_t frameCount, double fps);
+    /// Back from it; not always to the same frame: deliberate.
     static std::uint64_t subtractDroppedFrames(std::uint64_t frameCount, double fps);
     /// "01:02:03;04" becomes "01.02.03.04".
     static std::string sanitizeTimecodeForFilename(const std::string& timecode);
+    /// A field below 10 gets a "0" in front; a negative one, too, and is printed as unsigned.
     static std::string formatHours(std::int64_t hours, std::int64_t mins, std::int64_t secs,
                                    std::int64_t frames, bool dropFrame);
 };
