@@ -66,7 +66,7 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(const std::string& 
 
 PictureDecoder::PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream)
     : format_(std::move(format)), codec_(std::move(codec)), stream_(stream),
-      timing_(*format_, *stream) {}
+      timing_(*format_, *stream), watch_(*stream->codecpar) {}
 
 bool PictureDecoder::seekTo(const MediaTime& time) {
     const int result = av_seek_frame(format_.get(), stream_->index, timing_.timestampAt(time),
@@ -76,6 +76,7 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
     isDraining_ = false;
+    hasHeldPacket_ = false;
     hasEnded_ = false;
     hasSought_ = true;
     return result >= 0;
@@ -88,7 +89,9 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
         if (result == 0) {
             return taken();
         }
-        if (result == AVERROR_EOF) {
+        if (result == AVERROR_EOF && hasHeldPacket_) {
+            resume();
+        } else if (result == AVERROR_EOF) {
             noteEnd();
         } else if (result == AVERROR(EAGAIN)) {
             hasEnded_ = !feed();
@@ -125,15 +128,31 @@ bool PictureDecoder::feed() {
             note(mediaError(MediaErrorCode::kDamagedContainer,
                             "The container marks its data as corrupt."));
         }
-        const int sent = avcodec_send_packet(codec_.get(), packet_.get());
-        av_packet_unref(packet_.get());
-        if (sent < 0 && sent != AVERROR_EOF) {
-            noteDamage(sent);
+        if (watch_.changesAt(*packet_)) {
+            hasHeldPacket_ = true;
+            avcodec_send_packet(codec_.get(), nullptr);
+        } else {
+            send();
         }
         return true;
     }
     drain(AVERROR_INVALIDDATA);
     return true;
+}
+
+void PictureDecoder::send() {
+    const int sent = avcodec_send_packet(codec_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (sent < 0 && sent != AVERROR_EOF) {
+        noteDamage(sent);
+    }
+}
+
+/// Goes on with the packet at which the format changes, now that all frames before it are out.
+void PictureDecoder::resume() {
+    hasHeldPacket_ = false;
+    avcodec_flush_buffers(codec_.get());
+    send();
 }
 
 void PictureDecoder::drain(int readResult) {

@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "base/Result.h"
 #include "media/MediaTime.h"
+#include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
 #include "platform/libav/StreamTiming.h"
 
@@ -40,6 +41,8 @@ private:
     PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream);
 
     bool feed();
+    void send();
+    void resume();
     void drain(int readResult);
     void noteEnd();
     void note(const Error& error);
@@ -51,12 +54,14 @@ private:
     CodecHandle codec_;
     AVStream* stream_;
     StreamTiming timing_;
+    FormatWatch watch_;
     FrameHandle frame_ = makeFrame();
     PacketHandle packet_ = makePacket();
     std::optional<Error> firstError_;
     std::int64_t framesSinceSeek_ = 0;
     std::optional<std::int64_t> lastTimestamp_;
     bool isDraining_ = false;
+    bool hasHeldPacket_ = false; ///< packet_ waits until the decoder is empty.
     bool hasEnded_ = false;
     bool hasSought_ = false;
 };
