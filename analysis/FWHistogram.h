@@ -1,5 +1,7 @@
 #pragma once
 
+#include "analysis/Quantize.h"
+#include "analysis/kernels/HistogramKernel.h"
 #include "pixels/PixelBuffer.h"
 
 #include <array>
@@ -8,23 +10,15 @@
 
 namespace fw {
 
-/// The bucket of a colour: the top two bits of red, green and blue, red highest.
-constexpr std::uint8_t quantize_color(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
-    return static_cast<std::uint8_t>(((r >> 2) & 0x30) | ((g >> 4) & 0x0C) | (b >> 6));
-}
-/// The bucket of a grey: the top six bits.
-constexpr std::uint8_t quantize_bw(std::uint8_t v) {
-    return static_cast<std::uint8_t>(v >> 2);
-}
-
-/// A frame reduced to 64 colour buckets and three channel sums. A value.
+/// A frame reduced to 64 colour buckets and three channel sums. A value; an empty buffer gives an
+/// empty one.
 ///
 /// The sums are of component / bytes of the buffer, in single precision and in the order of the
 /// samples; callers' thresholds depend on that scale. The factories lock the buffer while they
 /// read it and keep no reference to it. The whole buffer is read, row padding included.
 class FWHistogram {
 public:
-    static constexpr std::size_t kBucketCount = 64;
+    static constexpr std::size_t kBucketCount = kHistogramBucketCount;
     using Buckets = std::array<std::int64_t, kBucketCount>;
 
     /// As it stands, 8 bits: bytes 1 to 3 of each group of four are red, green and blue.
@@ -52,6 +46,8 @@ public:
     std::string description() const;
 
 private:
+    static FWHistogram fromSums(const HistogramSums& sums);
+
     Buckets buckets_{};
     float rAverage_ = 0;
     float gAverage_ = 0;
