@@ -44,6 +44,8 @@ private:
     void send();
     void resume();
     void drain(int readResult);
+    double missingSeconds() const;
+    bool jumpOverDamage();
     void noteEnd();
     void note(const Error& error);
     void noteDamage(int code);
@@ -60,6 +62,8 @@ private:
     std::optional<Error> firstError_;
     std::int64_t framesSinceSeek_ = 0;
     std::optional<std::int64_t> lastTimestamp_;
+    MediaTime reached_ = MediaTime::zero(); ///< The latest end of a frame.
+    std::int64_t jumpFrames_ = 1;           ///< How far the next try over damage goes.
     bool isDraining_ = false;
     bool hasHeldPacket_ = false; ///< packet_ waits until the decoder is empty.
     bool hasEnded_ = false;
