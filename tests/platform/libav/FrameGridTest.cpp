@@ -8,8 +8,8 @@
 namespace fw::libav {
 namespace {
 
-const std::vector<FrameRate> kUsualRates = {{24000, 1001}, {24, 1},       {25, 1}, {30000, 1001},
-                                            {30, 1},       {48, 1},       {50, 1}, {60000, 1001},
+const std::vector<FrameRate> kUsualRates = {{24000, 1001}, {24, 1},        {25, 1}, {30000, 1001},
+                                            {30, 1},       {48, 1},        {50, 1}, {60000, 1001},
                                             {60, 1},       {120000, 1001}, {25, 2}, {15, 1}};
 
 std::int64_t roundedTick(std::int64_t frame, const FrameRate& rate, const Tick& tick) {

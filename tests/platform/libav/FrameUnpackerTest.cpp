@@ -83,7 +83,8 @@ TEST(FrameUnpacker, givesTheSamplesOfEveryPixelFormatUnchanged) {
                     int sample = picture.row(plane, y)[x * format->bytesPerSample()];
                     if (format->depth > 8) {
                         // Decoders leave the bits above the depth clear; random ones are not.
-                        sample = AV_RL16(picture.row(plane, y) + 2 * x) & ((1 << format->depth) - 1);
+                        sample =
+                            AV_RL16(picture.row(plane, y) + 2 * x) & ((1 << format->depth) - 1);
                     }
                     ASSERT_EQ(sample, referenceSample(*frame, *description, plane, x, y))
                         << description->name << " plane " << plane << " at " << x << ", " << y;
@@ -95,10 +96,10 @@ TEST(FrameUnpacker, givesTheSamplesOfEveryPixelFormatUnchanged) {
 }
 
 TEST(PictureFormat, takesUntaggedYuvAsVideoRangeAndTheJpegFormatsAsFull) {
-    EXPECT_FALSE(pictureFormatOf(*randomFrame(AV_PIX_FMT_YUV420P, 1), AV_CODEC_ID_H264)
-                     ->isFullRange);
-    EXPECT_TRUE(pictureFormatOf(*randomFrame(AV_PIX_FMT_YUVJ420P, 1), AV_CODEC_ID_H264)
-                    ->isFullRange);
+    EXPECT_FALSE(
+        pictureFormatOf(*randomFrame(AV_PIX_FMT_YUV420P, 1), AV_CODEC_ID_H264)->isFullRange);
+    EXPECT_TRUE(
+        pictureFormatOf(*randomFrame(AV_PIX_FMT_YUVJ420P, 1), AV_CODEC_ID_H264)->isFullRange);
     const FrameHandle tagged = randomFrame(AV_PIX_FMT_YUV422P10LE, 1);
     tagged->color_range = AVCOL_RANGE_JPEG;
     EXPECT_TRUE(pictureFormatOf(*tagged, AV_CODEC_ID_PRORES)->isFullRange);

@@ -88,21 +88,33 @@ int chromaShiftY(const std::string& format) {
         return 2;
     }
     return format.find("420") != std::string::npos || format.find("440") != std::string::npos ? 1
-                                                                                             : 0;
+                                                                                              : 0;
 }
 
 /// A one-frame FFV1 movie of a raw picture.
 std::string losslessMovie(const TemporaryFolder& folder, const RawPicture& picture,
                           const Arrangement& arrangement) {
     const std::string raw = folder.file("picture.raw");
-    picture.write(raw, chromaShiftX(arrangement.pixelFormat),
-                  chromaShiftY(arrangement.pixelFormat),
+    picture.write(raw, chromaShiftX(arrangement.pixelFormat), chromaShiftY(arrangement.pixelFormat),
                   arrangement.pixelFormat.find("gray") == std::string::npos);
     const std::string movie = folder.file("movie.mkv");
-    std::vector<std::string> arguments = {
-        "-f", "rawvideo", "-pixel_format", arrangement.pixelFormat, "-video_size",
-        std::to_string(picture.width) + "x" + std::to_string(picture.height), "-framerate", "25",
-        "-i", raw, "-c:v", "ffv1", "-level", "1", "-pix_fmt", arrangement.pixelFormat};
+    std::vector<std::string> arguments = {"-f",
+                                          "rawvideo",
+                                          "-pixel_format",
+                                          arrangement.pixelFormat,
+                                          "-video_size",
+                                          std::to_string(picture.width) + "x" +
+                                              std::to_string(picture.height),
+                                          "-framerate",
+                                          "25",
+                                          "-i",
+                                          raw,
+                                          "-c:v",
+                                          "ffv1",
+                                          "-level",
+                                          "1",
+                                          "-pix_fmt",
+                                          arrangement.pixelFormat};
     arguments.insert(arguments.end(), arrangement.tags.begin(), arrangement.tags.end());
     arguments.push_back(movie);
     runFfmpeg(arguments);
@@ -134,8 +146,8 @@ protected:
             for (int x = 0; x < picture.width; ++x) {
                 const auto column = static_cast<std::uint64_t>(x);
                 const auto row = static_cast<std::uint64_t>(y);
-                const int code = targetDepth == 8 ? frame.luma8(column, row)
-                                                  : frame.luma10(column, row);
+                const int code =
+                    targetDepth == 8 ? frame.luma8(column, row) : frame.luma10(column, row);
                 const double exact = std::min<double>(
                     exactLuma(picture.lumaAt(x, y), arrangement, targetDepth), most);
                 ASSERT_LE(std::abs(code - exact), 0.5 + 1e-4)
@@ -155,25 +167,22 @@ TEST_P(LumaCodes, areTheNearestIn10Bits) {
 
 INSTANTIATE_TEST_SUITE_P(
     Arrangements, LumaCodes,
-    testing::Values(Arrangement{"yuv420p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv422p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv444p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv440p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv411p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv410p", 8, Range::kVideo, {}},
-                    Arrangement{"yuv420p10le", 10, Range::kVideo, {}},
-                    Arrangement{"yuv422p10le", 10, Range::kVideo, {}},
-                    Arrangement{"yuv444p10le", 10, Range::kVideo, {}},
-                    Arrangement{"yuv420p12le", 12, Range::kVideo, {}},
-                    Arrangement{"yuv422p12le", 12, Range::kVideo, {}},
-                    Arrangement{"yuv444p12le", 12, Range::kVideo, {}},
-                    Arrangement{"yuv422p16le", 16, Range::kVideo, {}},
-                    Arrangement{"yuv420p", 8, Range::kFull, {"-color_range", "pc"}},
-                    Arrangement{"yuv422p", 8, Range::kFull, {"-color_range", "pc"}},
-                    Arrangement{"yuv422p10le", 10, Range::kFull, {"-color_range", "pc"}},
-                    Arrangement{"gray", 8, Range::kVideo, {}},
-                    Arrangement{"gray10le", 10, Range::kVideo, {}},
-                    Arrangement{"gray12le", 12, Range::kVideo, {}}),
+    testing::Values(
+        Arrangement{"yuv420p", 8, Range::kVideo, {}}, Arrangement{"yuv422p", 8, Range::kVideo, {}},
+        Arrangement{"yuv444p", 8, Range::kVideo, {}}, Arrangement{"yuv440p", 8, Range::kVideo, {}},
+        Arrangement{"yuv411p", 8, Range::kVideo, {}}, Arrangement{"yuv410p", 8, Range::kVideo, {}},
+        Arrangement{"yuv420p10le", 10, Range::kVideo, {}},
+        Arrangement{"yuv422p10le", 10, Range::kVideo, {}},
+        Arrangement{"yuv444p10le", 10, Range::kVideo, {}},
+        Arrangement{"yuv420p12le", 12, Range::kVideo, {}},
+        Arrangement{"yuv422p12le", 12, Range::kVideo, {}},
+        Arrangement{"yuv444p12le", 12, Range::kVideo, {}},
+        Arrangement{"yuv422p16le", 16, Range::kVideo, {}},
+        Arrangement{"yuv420p", 8, Range::kFull, {"-color_range", "pc"}},
+        Arrangement{"yuv422p", 8, Range::kFull, {"-color_range", "pc"}},
+        Arrangement{"yuv422p10le", 10, Range::kFull, {"-color_range", "pc"}},
+        Arrangement{"gray", 8, Range::kVideo, {}}, Arrangement{"gray10le", 10, Range::kVideo, {}},
+        Arrangement{"gray12le", 12, Range::kVideo, {}}),
     [](const auto& test) {
         return test.param.pixelFormat +
                (test.param.range == Range::kFull ? "FullRange" : "VideoRange");
@@ -241,17 +250,13 @@ TEST_P(RgbLuma, isTheNearestToTheGreyInBothLayouts) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Codecs, RgbLuma,
-                         testing::Values(RgbCodec{"png", "rgb24", 3, 8},
-                                         RgbCodec{"png", "rgba", 4, 8},
-                                         RgbCodec{"png", "gray", 1, 8},
-                                         RgbCodec{"png", "rgb48le", 3, 16},
-                                         RgbCodec{"qtrle", "rgb24", 3, 8},
-                                         RgbCodec{"qtrle", "argb", 4, 8},
-                                         RgbCodec{"rawvideo", "rgb24", 3, 8},
-                                         RgbCodec{"ffv1", "gbrp10le", 3, 10},
-                                         RgbCodec{"ffv1", "gbrp12le", 3, 12},
-                                         RgbCodec{"r210", "gbrp10le", 3, 10}));
+INSTANTIATE_TEST_SUITE_P(
+    Codecs, RgbLuma,
+    testing::Values(RgbCodec{"png", "rgb24", 3, 8}, RgbCodec{"png", "rgba", 4, 8},
+                    RgbCodec{"png", "gray", 1, 8}, RgbCodec{"png", "rgb48le", 3, 16},
+                    RgbCodec{"qtrle", "rgb24", 3, 8}, RgbCodec{"qtrle", "argb", 4, 8},
+                    RgbCodec{"rawvideo", "rgb24", 3, 8}, RgbCodec{"ffv1", "gbrp10le", 3, 10},
+                    RgbCodec{"ffv1", "gbrp12le", 3, 12}, RgbCodec{"r210", "gbrp10le", 3, 10}));
 
 ReadFrame firstFrame(const std::string& path, PixelLayout layout) {
     const auto asset = openLibavAsset(path);
@@ -294,9 +299,8 @@ TEST_P(OddSizes, endV210RowsInVideoBlack) {
     for (std::uint64_t y = 0; y < frame.height; ++y) {
         for (std::uint64_t x = 0; x < pixelsInRow; ++x) {
             const bool isPicture = x < frame.width;
-            ASSERT_EQ(frame.luma10(x, y), isPicture ? picture.lumaAt(static_cast<int>(x),
-                                                                     static_cast<int>(y))
-                                                    : 64)
+            ASSERT_EQ(frame.luma10(x, y),
+                      isPicture ? picture.lumaAt(static_cast<int>(x), static_cast<int>(y)) : 64)
                 << x << ", " << y;
             ASSERT_EQ(frame.chroma10(x, y), 512) << x << ", " << y;
         }
@@ -307,8 +311,7 @@ TEST_P(OddSizes, leaveSixteenZeroBytesBehindTheEnd) {
     const auto [width, height] = GetParam();
     const TemporaryFolder folder;
     const RawPicture picture(width, height, 8);
-    const std::string movie =
-        losslessMovie(folder, picture, {"yuv420p", 8, Range::kVideo, {}});
+    const std::string movie = losslessMovie(folder, picture, {"yuv420p", 8, Range::kVideo, {}});
     for (const PixelLayout layout : {PixelLayout::k2vuy, PixelLayout::kV210}) {
         const ReadFrame frame = firstFrame(movie, layout);
         ASSERT_GE(frame.bytes.size(), 16U);

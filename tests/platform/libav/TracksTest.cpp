@@ -31,8 +31,8 @@ protected:
     /// A movie of a test picture and a tone.
     std::shared_ptr<const Asset> makeWithSound(const std::string& name,
                                                const std::vector<std::string>& arguments) {
-        std::vector<std::string> all = {"-f", "lavfi", "-i", "testsrc2=s=160x96:r=25:d=2", "-f",
-                                        "lavfi", "-i", "sine=d=2:r=48000"};
+        std::vector<std::string> all = {"-f", "lavfi", "-i", "testsrc2=s=160x96:r=25:d=2",
+                                        "-f", "lavfi", "-i", "sine=d=2:r=48000"};
         all.insert(all.end(), arguments.begin(), arguments.end());
         all.push_back(folder_.file(name));
         runFfmpeg(all);
@@ -58,15 +58,14 @@ TEST_F(Tracks, nameH264AsQuotedAvc1InEveryContainer) {
 
 TEST_F(Tracks, nameHevc) {
     const auto asset =
-        make("a.mov", 5, "25:1", {"-c:v", "libx265", "-tag:v", "hvc1", "-x265-params",
-                                  "log-level=none"});
+        make("a.mov", 5, "25:1",
+             {"-c:v", "libx265", "-tag:v", "hvc1", "-x265-params", "log-level=none"});
     EXPECT_EQ(videoCodec(*asset), "H.265 / HEVC");
     EXPECT_EQ(videoCode(*asset), "hvc1");
 }
 
 TEST_F(Tracks, nameProRes4444XqByItsCode) {
-    make("a.mov", 5, "25:1",
-         {"-c:v", "prores_ks", "-profile:v", "5", "-pix_fmt", "yuv444p10le"});
+    make("a.mov", 5, "25:1", {"-c:v", "prores_ks", "-profile:v", "5", "-pix_fmt", "yuv444p10le"});
     const auto asset = openLibavAsset(folder_.file("a.mov"));
     EXPECT_EQ(videoCode(*asset), "ap4x");
     EXPECT_EQ(videoCodec(*asset), "ProRes 4444 XQ");
@@ -99,23 +98,25 @@ TEST_F(Tracks, tellSizeDepthAndCountOfFrames) {
     EXPECT_EQ(track.height, 96U);
     EXPECT_EQ(track.bitsPerComponent, 8);
     EXPECT_EQ(track.frameCount, 17);
-    const auto ten =
-        make("b.mov", 5, "25:1", {"-c:v", "prores_ks", "-pix_fmt", "yuv422p10le"});
+    const auto ten = make("b.mov", 5, "25:1", {"-c:v", "prores_ks", "-pix_fmt", "yuv422p10le"});
     EXPECT_EQ(ten->firstTrack(MediaType::kVideo)->bitsPerComponent, 10);
-    EXPECT_EQ(make("c.avi", 9, "25:1", {"-c:v", "mjpeg"})->firstTrack(MediaType::kVideo)->frameCount,
-              9);
     EXPECT_EQ(
-        make("c.mxf", 24, "25:1", {"-c:v", "mpeg2video"})->firstTrack(MediaType::kVideo)->frameCount,
-        24);
+        make("c.avi", 9, "25:1", {"-c:v", "mjpeg"})->firstTrack(MediaType::kVideo)->frameCount, 9);
+    EXPECT_EQ(make("c.mxf", 24, "25:1", {"-c:v", "mpeg2video"})
+                  ->firstTrack(MediaType::kVideo)
+                  ->frameCount,
+              24);
     EXPECT_FALSE(make("c.mkv", 9, "25:1", {"-c:v", "libx264"})
                      ->firstTrack(MediaType::kVideo)
                      ->frameCount.has_value());
 }
 
 TEST_F(Tracks, haveTheSmallestFloatThatIsNotBelowTheirRate) {
-    for (const auto& [rate, numerator, denominator] :
-         {std::tuple{"24000:1001", 24000, 1001}, {"25:1", 25, 1}, {"30000:1001", 30000, 1001},
-          {"60000:1001", 60000, 1001}, {"25:2", 25, 2}}) {
+    for (const auto& [rate, numerator, denominator] : {std::tuple{"24000:1001", 24000, 1001},
+                                                       {"25:1", 25, 1},
+                                                       {"30000:1001", 30000, 1001},
+                                                       {"60000:1001", 60000, 1001},
+                                                       {"25:2", 25, 2}}) {
         for (const char* name : {"a.mov", "a.mkv", "a.avi"}) {
             const auto asset = make(name, 40, rate, {"-c:v", "mjpeg"});
             const Track& track = *asset->firstTrack(MediaType::kVideo);
@@ -216,10 +217,10 @@ TEST_F(Tracks, scanRotatedAndAnamorphicMoviesAsCoded) {
 
 TEST_F(Tracks, mayChangeTheirSizeAndPixelFormatInMidStream) {
     makeNumberedMovie(folder_.file("a.ts"), 20, "25:1", {"-c:v", "mpeg2video", "-bf", "0"});
-    makeNumberedMovie(folder_.file("b.ts"), 20, "25:1",
-                      {"-c:v", "mpeg2video", "-bf", "0", "-pix_fmt", "yuv422p",
-                       "-output_ts_offset", "0.8"},
-                      192, 128);
+    makeNumberedMovie(
+        folder_.file("b.ts"), 20, "25:1",
+        {"-c:v", "mpeg2video", "-bf", "0", "-pix_fmt", "yuv422p", "-output_ts_offset", "0.8"}, 192,
+        128);
     std::ofstream joined(folder_.file("c.ts"), std::ios::binary);
     for (const char* part : {"a.ts", "b.ts"}) {
         joined << std::ifstream(folder_.file(part), std::ios::binary).rdbuf();
