@@ -14,9 +14,10 @@ struct Receiver {
     SystemLogSink sink;
 };
 
+/// Never destroyed: threads may log while the program ends.
 Receiver& receiver() {
-    static Receiver instance;
-    return instance;
+    static auto* const instance = new Receiver;
+    return *instance;
 }
 
 void writeToStandardError(std::string_view text) {

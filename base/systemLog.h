@@ -9,7 +9,8 @@ namespace fw {
 void systemLog(std::string_view text);
 
 /// Puts another receiver of system-log texts in place of standard error; an empty one puts
-/// standard error back. It may be called from any thread that logs. Returns the receiver before.
+/// standard error back. It may be called from any thread that logs, and a text on its way
+/// meanwhile may still reach the receiver before. Returns the receiver before.
 using SystemLogSink = std::function<void(std::string_view text)>;
 SystemLogSink setSystemLogSink(SystemLogSink sink);
 

@@ -226,6 +226,9 @@ double leadingDouble(std::string_view text) {
         text.remove_prefix(1);
     }
     const std::string_view number = text.substr(0, decimalLength(text));
+    if (number.empty()) {
+        return 0;
+    }
     double value = 0;
     const auto parsed = std::from_chars(number.data(), number.data() + number.size(), value);
     if (parsed.ec == std::errc::result_out_of_range) {

@@ -7,7 +7,7 @@ find_package(OpenSSL 3 REQUIRED)
 find_package(nlohmann_json 3.11 REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
 pkg_check_modules(libav REQUIRED IMPORTED_TARGET
-    libavformat>=59 libavcodec>=59 libavutil>=57 libswscale>=6)
+    libavformat>=59 libavcodec>=59 libavutil>=57)
 pkg_check_modules(zimg REQUIRED IMPORTED_TARGET zimg>=3.0)
 pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd>=252)
 if(FW_BUILD_TESTS)

@@ -25,6 +25,22 @@ std::uint8_t* allocateZeroed(std::uint64_t height, std::uint64_t bytesPerRow) {
     return bytes;
 }
 
+/// The pixels that a row is filled up to whole units of, and the bytes of one unit.
+struct RowUnit {
+    std::uint64_t pixels = 1;
+    std::uint64_t bytes = 0;
+};
+
+RowUnit rowUnit(PixelLayout layout) {
+    switch (layout) {
+    case PixelLayout::k2vuy:
+        return {2, 4};
+    case PixelLayout::kV210:
+        return {48, 128};
+    }
+    return {};
+}
+
 } // namespace
 
 MemoryPixelBuffer::MemoryPixelBuffer(std::uint64_t width, std::uint64_t height,
@@ -33,13 +49,12 @@ MemoryPixelBuffer::MemoryPixelBuffer(std::uint64_t width, std::uint64_t height,
       bytes_(allocateZeroed(height, bytesPerRow)) {}
 
 std::uint64_t MemoryPixelBuffer::bytesPerRow(PixelLayout layout, std::uint64_t width) {
-    switch (layout) {
-    case PixelLayout::k2vuy:
-        return (width + width % 2) * 2;
-    case PixelLayout::kV210:
-        return (width + 47) / 48 * 128;
-    }
-    return 0;
+    const RowUnit unit = rowUnit(layout);
+    const std::uint64_t units = width / unit.pixels + (width % unit.pixels == 0 ? 0 : 1);
+    std::uint64_t bytes = 0;
+    return __builtin_mul_overflow(units, unit.bytes, &bytes)
+               ? std::numeric_limits<std::uint64_t>::max()
+               : bytes;
 }
 
 } // namespace fw

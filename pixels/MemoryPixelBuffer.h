@@ -13,7 +13,8 @@ public:
     /// All samples zero. Throws std::bad_alloc, also when the size does not fit in 63 bits.
     MemoryPixelBuffer(std::uint64_t width, std::uint64_t height, std::uint64_t bytesPerRow);
 
-    /// The bytes of a row of `width` pixels in a layout.
+    /// The bytes of a row of `width` pixels in a layout; held at the largest value, with which no
+    /// buffer can be made.
     static std::uint64_t bytesPerRow(PixelLayout layout, std::uint64_t width);
 
     void lock() override {}

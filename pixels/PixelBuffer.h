@@ -18,7 +18,7 @@ enum class PixelLayout {
 inline constexpr std::uint64_t kReadableBytesPastEnd = 16;
 
 /// One decoded frame. Not thread-safe. Operations of a buffer of the machine may throw
-/// PlatformException.
+/// PlatformException, but for unlock().
 class PixelBuffer {
 public:
     virtual ~PixelBuffer() = default;

@@ -45,6 +45,10 @@ void reportEnd(const AssetReader& reader, const ScanReporter& reporter) {
 
 } // namespace
 
+std::shared_ptr<ParentConnection> publishedConnection(const std::string& name) {
+    return connectionWithRegisteredName(name);
+}
+
 FWFrameScan::FWFrameScan(ConnectionFinder findConnection, std::vector<std::string> processArguments)
     : findConnection_(std::move(findConnection)), processArguments_(std::move(processArguments)) {}
 

@@ -20,6 +20,9 @@ class ScanReporter;
 /// Looks up the connection that a parent has published under a name; null when there is none.
 using ConnectionFinder = std::function<std::shared_ptr<ParentConnection>(const std::string& name)>;
 
+/// The connection published on this machine, with the usual limits.
+std::shared_ptr<ParentConnection> publishedConnection(const std::string& name);
+
 /// One scan of one movie: its settings, and the scan itself.
 ///
 /// All settings are made before startScanning; one other thread may meanwhile ask scanComplete,
@@ -27,7 +30,7 @@ using ConnectionFinder = std::function<std::shared_ptr<ParentConnection>(const s
 class FWFrameScan {
 public:
     /// A scan with the defaults below. `processArguments` is told to the parent.
-    explicit FWFrameScan(ConnectionFinder findConnection = connectionWithRegisteredName,
+    explicit FWFrameScan(ConnectionFinder findConnection = publishedConnection,
                          std::vector<std::string> processArguments = {});
     ~FWFrameScan();
     FWFrameScan(const FWFrameScan&) = delete;

@@ -15,7 +15,7 @@ namespace fw {
 /// What a run takes from the machine.
 struct RunServices {
     AssetOpener openAsset;
-    ConnectionFinder findConnection = connectionWithRegisteredName;
+    ConnectionFinder findConnection = publishedConnection;
     /// Waits between two looks at the scan.
     std::function<void(std::chrono::milliseconds)> pause = [](std::chrono::milliseconds length) {
         std::this_thread::sleep_for(length);

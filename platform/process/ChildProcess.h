@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/Result.h"
+#include "platform/FileDescriptor.h"
 
 #include <chrono>
-#include <csignal>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,10 +14,12 @@ namespace fw {
 
 /// How a child ended.
 struct ExitedWithStatus {
-    int status = 0;
+    int status = 0; ///< 0 to 255; -1 when this process ignores SIGCHLD and the system kept none.
+    bool operator==(const ExitedWithStatus&) const = default;
 };
 struct KilledBySignal {
     int signal = 0;
+    bool operator==(const KilledBySignal&) const = default;
 };
 using ChildEnd = std::variant<ExitedWithStatus, KilledBySignal>;
 
@@ -31,8 +33,9 @@ struct ChildProcessOptions {
     ChildStream standardError = ChildStream::kInherit;
 };
 
-/// A program that runs as a child. No descriptor of ours but the streams reaches it, its signals
-/// are reset. It is killed and reaped when the object goes. One thread uses it.
+/// A program that runs as a child. Its standard input is empty; no descriptor of ours but the
+/// output streams reaches it, and its signals are reset. It is killed and reaped when the object
+/// goes. One thread uses it.
 class ChildProcess {
 public:
     /// The error of a program that could not be started has domain "POSIX" and the errno.
@@ -42,14 +45,15 @@ public:
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    int processId() const;
+    int processId() const { return processId_; }
     /// Readable once the child has ended.
-    int endDescriptor() const;
+    int endDescriptor() const { return processDescriptor_.get(); }
     /// The reading ends of the pipes, not blocking; -1 when there is none or it is closed.
-    int outputDescriptor() const;
-    int errorDescriptor() const;
+    int outputDescriptor() const { return output_.get(); }
+    int errorDescriptor() const { return error_.get(); }
 
-    /// Appends what is available; false once the stream has ended (the end is then closed).
+    /// Appends what is available, up to a quarter of a megabyte at once; false once the stream
+    /// has ended (the end is then closed).
     bool readOutput(std::string& into);
     bool readError(std::string& into);
 
@@ -61,9 +65,14 @@ public:
     std::optional<ChildEnd> wait(std::chrono::milliseconds limit);
 
 private:
-    struct State;
-    explicit ChildProcess(std::unique_ptr<State> state);
-    std::unique_ptr<State> state_;
+    ChildProcess(int processId, FileDescriptor processDescriptor, FileDescriptor output,
+                 FileDescriptor error);
+
+    int processId_;
+    FileDescriptor processDescriptor_;
+    FileDescriptor output_;
+    FileDescriptor error_;
+    std::optional<ChildEnd> end_;
 };
 
 } // namespace fw

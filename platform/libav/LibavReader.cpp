@@ -1,0 +1,165 @@
+#include "platform/libav/LibavReader.h"
+
+#include "base/PlatformException.h"
+#include "media/MediaError.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace fw::libav {
+
+LibavReader::LibavReader(std::string path, int decodeThreads,
+                         std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks)
+    : path_(std::move(path)), decodeThreads_(decodeThreads),
+      timecodeTracks_(std::move(timecodeTracks)) {}
+
+void LibavReader::setTimeRange(const MediaTimeRange& range) {
+    start_ = std::max(range.start, MediaTime::zero());
+    end_ = range.end();
+}
+
+void LibavReader::addOutput(const Track& track, const OutputSettings& settings) {
+    track_ = track;
+    settings_ = settings;
+}
+
+bool LibavReader::startReading() {
+    if (status_ != Status::kUnknown || !track_) {
+        return fail(mediaError(MediaErrorCode::kWrongUse,
+                               "A reader is started once, after its output is set."));
+    }
+    if (!track_->formatDescriptions.empty()) {
+        formatDescription_ =
+            std::make_shared<FormatDescription>(track_->formatDescriptions.front());
+    }
+    const auto* frames = std::get_if<VideoFrames>(&settings_);
+    if (frames != nullptr && track_->mediaType == MediaType::kVideo) {
+        return startVideo(*frames);
+    }
+    if (frames == nullptr && track_->mediaType == MediaType::kTimecode) {
+        return startTimecode();
+    }
+    return fail(mediaError(MediaErrorCode::kWrongUse,
+                           "This kind of track is not read with these settings."));
+}
+
+bool LibavReader::startTimecode() {
+    for (const TimecodeTrack& candidate : *timecodeTracks_) {
+        if (candidate.track.id == track_->id) {
+            timecodeSamples_ = candidate.samples;
+        }
+    }
+    status_ = Status::kReading;
+    return true;
+}
+
+bool LibavReader::startVideo(const VideoFrames& settings) {
+    if (!openDecoder()) {
+        return false;
+    }
+    converter_ = std::make_unique<FrameConverter>(settings.layout, decoder_->codec());
+    if (!moveToStart()) {
+        return false;
+    }
+    status_ = Status::kReading;
+    return true;
+}
+
+bool LibavReader::openDecoder() {
+    met_.reset();
+    auto opened = PictureDecoder::open(path_, track_->id, decodeThreads_);
+    if (!opened) {
+        return fail(opened.error());
+    }
+    decoder_ = std::move(opened).value();
+    return true;
+}
+
+/// Goes to a key frame from which decoding forward reaches the start. The key frame before the
+/// start may not do: frames between it and the start can depend on still earlier ones (open
+/// GOPs), and a transport stream lands after the target. Then further back, at last the start.
+bool LibavReader::moveToStart() {
+    if (!(start_ > MediaTime::zero()) || !start_.isNumeric()) {
+        return true;
+    }
+    for (std::int64_t back = 0; back <= 1 << 20; back = back == 0 ? 1 : back * 2) {
+        const MediaTime target = start_ - MediaTime::make(back, 1);
+        if (!(target > MediaTime::zero()) || !decoder_->seekTo(target)) {
+            break;
+        }
+        met_ = decoder_->next();
+        if (met_ && met_->time.isNumeric() && met_->time <= start_) {
+            return true;
+        }
+    }
+    return openDecoder();
+}
+
+std::optional<SampleBuffer> LibavReader::copyNextSampleBuffer() {
+    if (status_ != Status::kReading) {
+        return std::nullopt;
+    }
+    return decoder_ ? nextFrame() : nextTimecodeSample();
+}
+
+std::optional<PictureDecoder::Frame> LibavReader::nextInRange() {
+    for (;;) {
+        auto frame = met_ ? std::exchange(met_, std::nullopt) : decoder_->next();
+        if (!frame || !(frame->time < end_)) {
+            return std::nullopt;
+        }
+        if (!(frame->time < start_)) {
+            return frame;
+        }
+    }
+}
+
+std::optional<SampleBuffer> LibavReader::nextFrame() {
+    const auto frame = nextInRange();
+    if (!frame) {
+        end();
+        return std::nullopt;
+    }
+    SampleBuffer sample;
+    sample.presentationTime = frame->time;
+    sample.formatDescription = formatDescription_;
+    try {
+        sample.imageBuffer = converter_->convert(*frame->picture);
+    } catch (const PlatformException& exception) {
+        fail(mediaError(MediaErrorCode::kPixelFormat, exception.what()));
+        return std::nullopt;
+    }
+    return sample;
+}
+
+std::optional<SampleBuffer> LibavReader::nextTimecodeSample() {
+    if (nextTimecodeSample_ == timecodeSamples_.size()) {
+        status_ = Status::kCompleted;
+        return std::nullopt;
+    }
+    return timecodeSamples_[nextTimecodeSample_++];
+}
+
+void LibavReader::cancelReading() {
+    if (status_ == Status::kUnknown || status_ == Status::kReading) {
+        status_ = Status::kCancelled;
+        decoder_.reset();
+    }
+}
+
+bool LibavReader::fail(const Error& error) {
+    status_ = Status::kFailed;
+    error_ = error;
+    return false;
+}
+
+void LibavReader::end() {
+    if (decoder_->firstError()) {
+        fail(*decoder_->firstError());
+    } else {
+        status_ = Status::kCompleted;
+    }
+    decoder_.reset();
+}
+
+} // namespace fw::libav

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "base/Error.h"
+#include "base/Result.h"
+#include "media/MediaTime.h"
+#include "platform/libav/Handles.h"
+#include "platform/libav/StreamTiming.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace fw::libav {
+
+/// Decodes one video stream of one file, every frame once, in presentation order. It never stops
+/// at damage: it notes the first error and goes on with what still decodes.
+class PictureDecoder {
+public:
+    static Result<std::unique_ptr<PictureDecoder>> open(const std::string& path, int streamIndex,
+                                                        int threads);
+
+    struct Frame {
+        const AVFrame* picture = nullptr; ///< Valid until the next call.
+        MediaTime time; ///< Invalid for a frame right after a seek whose time is not known.
+    };
+
+    /// Moves to a key frame before or at a time; what was noted is forgotten. False when the
+    /// container cannot do it.
+    bool seekTo(const MediaTime& time);
+    /// The next frame, or nothing at the end of the stream.
+    std::optional<Frame> next();
+
+    /// The first damage since opening or seeking: data that does not decode after the first frame
+    /// that did, data marked as corrupt, a failed read, an end clearly before the stated one.
+    const std::optional<Error>& firstError() const { return firstError_; }
+    const StreamTiming& timing() const { return timing_; }
+    AVCodecID codec() const { return codec_->codec_id; }
+
+private:
+    PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream);
+
+    bool feed();
+    void drain(int readResult);
+    void noteEnd();
+    void note(const Error& error);
+    void noteDamage(int code);
+    Frame taken();
+    std::optional<std::int64_t> timestampOf(const AVFrame& frame) const;
+
+    FormatHandle format_;
+    CodecHandle codec_;
+    AVStream* stream_;
+    StreamTiming timing_;
+    FrameHandle frame_ = makeFrame();
+    PacketHandle packet_ = makePacket();
+    std::optional<Error> firstError_;
+    std::int64_t framesSinceSeek_ = 0;
+    std::optional<std::int64_t> lastTimestamp_;
+    bool isDraining_ = false;
+    bool hasEnded_ = false;
+    bool hasSought_ = false;
+};
+
+} // namespace fw::libav
