@@ -208,8 +208,12 @@ BusHandle busOver(FileDescriptor socket) {
 
 } // namespace
 
-std::shared_ptr<ParentConnection>
-connectionWithRegisteredName(const std::string& name, const ParentConnectionOptions& options) {
+std::shared_ptr<ParentConnection> connectionWithRegisteredName(const std::string& name) {
+    return connectionWithOptions(name, {});
+}
+
+std::shared_ptr<ParentConnection> connectionWithOptions(const std::string& name,
+                                                        const ParentConnectionOptions& options) {
     const std::string stem = socketFileStem(name);
     for (const RuntimeFolder& folder : options.runtimeFolders) {
         if (FileDescriptor socket = connectInside(folder, stem)) {

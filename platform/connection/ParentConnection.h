@@ -50,7 +50,8 @@ struct ParentConnectionOptions {
 /// The connection that a parent has published under a name on this machine; null when there is
 /// none. Only a parent of the same user id counts. It never waits for the parent. Throws
 /// PlatformException when the machine cannot provide a connection at all.
-std::shared_ptr<ParentConnection>
-connectionWithRegisteredName(const std::string& name, const ParentConnectionOptions& options = {});
+std::shared_ptr<ParentConnection> connectionWithRegisteredName(const std::string& name);
+std::shared_ptr<ParentConnection> connectionWithOptions(const std::string& name,
+                                                        const ParentConnectionOptions& options);
 
 } // namespace fw

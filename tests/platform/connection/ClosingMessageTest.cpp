@@ -35,7 +35,7 @@ TEST_F(ClosingMessage, HasBeenHandledByTheParentWhenItReturns) {
         ++handled;
     };
     test::ServingThread parent(kName, operations, options_.runtimeFolders);
-    const auto proxy = connectionWithRegisteredName(kName, options_)->rootProxy();
+    const auto proxy = connectionWithOptions(kName, options_)->rootProxy();
     proxy->frameProcessingFailedWithError({});
     EXPECT_EQ(handled, 1);
     proxy->frameProcessingFinished();
@@ -45,7 +45,7 @@ TEST_F(ClosingMessage, HasBeenHandledByTheParentWhenItReturns) {
 TEST_F(ClosingMessage, AnErrorForAnAnswerIsAnAnswer) {
     ParentOperations none;
     test::ServingThread parent(kName, none, options_.runtimeFolders);
-    const auto proxy = connectionWithRegisteredName(kName, options_)->rootProxy();
+    const auto proxy = connectionWithOptions(kName, options_)->rootProxy();
     EXPECT_NO_THROW(proxy->frameProcessingFinished());
     EXPECT_NO_THROW(proxy->frameProcessingFailedWithError({}));
 }
@@ -81,7 +81,7 @@ private:
 
 TEST_F(ClosingMessage, WaitsNoLongerThanItsLimit) {
     SlowParent parent(received_, options_.runtimeFolders);
-    const auto proxy = connectionWithRegisteredName(kName, options_)->rootProxy();
+    const auto proxy = connectionWithOptions(kName, options_)->rootProxy();
     proxy->callback("hold");
     EXPECT_THROW(proxy->frameProcessingFinished(), PlatformException);
     EXPECT_THROW(proxy->frameProcessingFailedWithError({}), PlatformException);
@@ -89,7 +89,7 @@ TEST_F(ClosingMessage, WaitsNoLongerThanItsLimit) {
 
 TEST_F(ClosingMessage, IsNotLostWhenTheParentIsLate) {
     SlowParent parent(received_, options_.runtimeFolders);
-    auto connection = connectionWithRegisteredName(kName, options_);
+    auto connection = connectionWithOptions(kName, options_);
     connection->rootProxy()->callback("hold");
     EXPECT_THROW(connection->rootProxy()->frameProcessingFinished(), PlatformException);
     connection.reset();
@@ -100,20 +100,19 @@ TEST_F(ClosingMessage, IsNotLostWhenTheParentIsLate) {
 
 TEST_F(ClosingMessage, AParentThatDoesNotSayInTimeRespondsToNothing) {
     SlowParent parent(received_, options_.runtimeFolders);
-    const auto proxy = connectionWithRegisteredName(kName, options_)->rootProxy();
+    const auto proxy = connectionWithOptions(kName, options_)->rootProxy();
     proxy->callback("hold");
     EXPECT_FALSE(proxy->respondsTo("frameProcessed:"));
     parent.release();
     options_.introspectionLimit = std::chrono::seconds(30);
-    EXPECT_TRUE(
-        connectionWithRegisteredName(kName, options_)->rootProxy()->respondsTo("frameProcessed:"));
+    EXPECT_TRUE(connectionWithOptions(kName, options_)->rootProxy()->respondsTo("frameProcessed:"));
     EXPECT_NO_THROW(proxy->callback("the late answer does no harm"));
 }
 
 TEST_F(ClosingMessage, AParentThatDoesNotEvenGreetRespondsToNothing) {
     const auto silent = ParentServer::publish(kName, {}, options_.runtimeFolders);
     ASSERT_TRUE(silent);
-    const auto proxy = connectionWithRegisteredName(kName, options_)->rootProxy();
+    const auto proxy = connectionWithOptions(kName, options_)->rootProxy();
     EXPECT_FALSE(proxy->respondsTo("frameProcessed:"));
 }
 

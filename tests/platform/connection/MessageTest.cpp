@@ -20,7 +20,7 @@ protected:
         parent_ = std::make_unique<test::ServingThread>(kName, operations, folders_);
         ParentConnectionOptions options;
         options.runtimeFolders = folders_;
-        connection_ = connectionWithRegisteredName(kName, options);
+        connection_ = connectionWithOptions(kName, options);
         ASSERT_NE(connection_, nullptr);
         proxy_ = connection_->rootProxy();
         ASSERT_NE(proxy_, nullptr);
@@ -191,7 +191,7 @@ TEST_F(Message, ScannersOneAfterAnotherAndAtOnceAreServed) {
     serveAll();
     ParentConnectionOptions options;
     options.runtimeFolders = folders_;
-    const auto second = connectionWithRegisteredName(kName, options);
+    const auto second = connectionWithOptions(kName, options);
     ASSERT_NE(second, nullptr);
     second->rootProxy()->callback("second");
     second->rootProxy()->frameProcessingFinished();
@@ -219,7 +219,7 @@ TEST_F(Message, WhatWasSentBeforeTheScannerEndedStillArrives) {
     std::thread scanner([this] {
         ParentConnectionOptions options;
         options.runtimeFolders = folders_;
-        const auto connection = connectionWithRegisteredName(kName, options);
+        const auto connection = connectionWithOptions(kName, options);
         for (int i = 0; i < 100; ++i) {
             connection->rootProxy()->frameProcessed({});
         }
@@ -245,7 +245,7 @@ TEST_F(Message, WhatAnOperationThrowsComesOutOfDispatch) {
     std::thread scanner([this] {
         ParentConnectionOptions options;
         options.runtimeFolders = folders_;
-        connectionWithRegisteredName(kName, options)->rootProxy()->callback("init");
+        connectionWithOptions(kName, options)->rootProxy()->callback("init");
     });
     EXPECT_THROW(
         while (true) { published.value()->dispatch(); }, std::runtime_error);

@@ -23,7 +23,7 @@ protected:
     ParentFailure() { options_.runtimeFolders = {{folder_.path(), false}}; }
 
     std::shared_ptr<ParentProxy> connect() const {
-        const auto connection = connectionWithRegisteredName(kName, options_);
+        const auto connection = connectionWithOptions(kName, options_);
         return connection ? connection->rootProxy() : nullptr;
     }
     std::unique_ptr<test::ServingThread> serve(const ParentOperations& operations) const {

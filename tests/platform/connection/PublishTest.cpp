@@ -31,7 +31,7 @@ protected:
     bool isFound() const {
         ParentConnectionOptions options;
         options.runtimeFolders = folders_;
-        return connectionWithRegisteredName(kName, options) != nullptr;
+        return connectionWithOptions(kName, options) != nullptr;
     }
     std::string pathIn(const std::string& runtimeFolder) const {
         return *socketPath({runtimeFolder, false}, socketFileStem(kName));
@@ -94,7 +94,7 @@ TEST_F(Publish, AParentIsFoundUnderItsNameAndNoOther) {
     EXPECT_TRUE(isFound());
     ParentConnectionOptions options;
     options.runtimeFolders = folders_;
-    EXPECT_EQ(connectionWithRegisteredName("Oxbow - /movie.mov ", options), nullptr);
+    EXPECT_EQ(connectionWithOptions("Oxbow - /movie.mov ", options), nullptr);
 }
 
 TEST_F(Publish, FolderAndSocketAreForTheUserAlone) {

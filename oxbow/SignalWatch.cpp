@@ -1,0 +1,42 @@
+#include "oxbow/SignalWatch.h"
+
+#include <pthread.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace fw {
+namespace {
+
+bool isIgnored(int signal) {
+    struct sigaction action = {};
+    return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+} // namespace
+
+SignalWatch::SignalWatch() {
+    sigset_t watched;
+    sigemptyset(&watched);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        if (!isIgnored(signal)) {
+            sigaddset(&watched, signal);
+        }
+    }
+    ::pthread_sigmask(SIG_BLOCK, &watched, &before_);
+    descriptor_ = FileDescriptor(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+SignalWatch::~SignalWatch() {
+    // What is pending must not end the program after all.
+    while (take() != 0) {
+    }
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+int SignalWatch::take() {
+    signalfd_siginfo facts = {};
+    const ssize_t length = ::read(descriptor_.get(), &facts, sizeof facts);
+    return length == sizeof facts ? static_cast<int>(facts.ssi_signo) : 0;
+}
+
+} // namespace fw

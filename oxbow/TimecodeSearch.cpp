@@ -1,0 +1,63 @@
+#include "oxbow/TimecodeSearch.h"
+
+#include "base/numbers.h"
+#include "media/FWAVFoundation.h"
+#include "timecode/FWTimecode.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace fw {
+namespace {
+
+/// Each correction lands at most as far away as numbers are dropped between guess and goal.
+constexpr int kMostCorrections = 32;
+/// Around a guess that corrections move no more: two numbers are dropped at once, four at 60.
+constexpr std::int64_t kNeighbourhood = 64;
+
+} // namespace
+
+TimecodeSearch::TimecodeSearch(const Asset& asset, const FrameClock& clock)
+    : asset_(asset), clock_(clock),
+      start_(FWAVFoundation::timecodeStartForAsset(asset, "00:00:00:00")),
+      timebase_(saturatingCast<std::int64_t>(std::round(FWAVFoundation::fpsForAsset(asset)))) {}
+
+std::string TimecodeSearch::timecodeOf(std::int64_t frame) const {
+    return FWAVFoundation::timecodeForAsset(asset_, clock_.timeOf(frame), start_);
+}
+
+std::string TimecodeSearch::lastTimecode() const {
+    return timecodeOf(std::max<std::int64_t>(clock_.frameCount() - 1, 0));
+}
+
+std::int64_t TimecodeSearch::countOf(const std::string& text) const {
+    return static_cast<std::int64_t>(
+        FWTimecode::frameCountFromTimecode(text, timebase_, false, false, 0));
+}
+
+std::optional<std::int64_t> TimecodeSearch::frameWithTimecode(const std::string& text) const {
+    const std::int64_t last = clock_.frameCount();
+    const std::int64_t day = countOf("24:00:00:00");
+    const std::int64_t goal = countOf(text);
+    std::int64_t guess = 0;
+    for (int correction = 0; correction < kMostCorrections; ++correction) {
+        std::int64_t missing = goal - countOf(timecodeOf(guess));
+        if (guess + missing < 0) {
+            missing += day; // The movie runs past midnight.
+        }
+        guess = std::clamp<std::int64_t>(guess + missing, 0, last);
+        if (timecodeOf(guess) == text) {
+            return guess;
+        }
+    }
+    for (std::int64_t distance = 1; distance <= kNeighbourhood; ++distance) {
+        for (const std::int64_t frame : {guess - distance, guess + distance}) {
+            if (frame >= 0 && frame <= last && timecodeOf(frame) == text) {
+                return frame;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace fw
