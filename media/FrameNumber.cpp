@@ -29,10 +29,10 @@ std::int64_t frameNumberAtTime(const MediaTime& time, float nominalFrameRate) {
     exponent -= 24;
     const Wide product = Wide{time.value} * digits;
     if (exponent >= 0) {
-        // A rate of 2^24 and more: only the overflow has to be told from the rest.
-        const Wide quotient = product / time.timescale;
-        if (exponent > 62 || quotient > (Wide{kMost} >> exponent)) {
-            return quotient == 0 ? 0 : kMost;
+        // A rate of 2^23 and more (exponent is at most 104). What needs more than 127 bits here
+        // is beyond 64 bits after the division by a timescale of 31, too.
+        if ((product >> (127 - exponent)) != 0) {
+            return kMost;
         }
         const Wide result = (product << exponent) / time.timescale;
         return result > kMost ? kMost : static_cast<std::int64_t>(result);
@@ -49,16 +49,16 @@ float nominalFrameRate(const FrameRate& rate) {
     }
     float nearest = static_cast<float>(static_cast<double>(rate.numerator) /
                                        static_cast<double>(rate.denominator));
-    // Exact comparison: digits x 2^exponent x denominator against numerator.
+    // Exact comparison: digits x 2^exponent x denominator against numerator. The two are nearly
+    // equal, so whichever is shifted stays within 88 bits.
     const auto isBelow = [&rate](float candidate) {
         int exponent = 0;
         const float mantissa = std::frexp(candidate, &exponent);
         const auto digits = static_cast<std::int64_t>(std::ldexp(mantissa, 24));
         exponent -= 24;
         const Wide scaled = Wide{digits} * rate.denominator;
-        return exponent >= 0 ? std::ldexp(static_cast<double>(scaled), exponent) <
-                                   static_cast<double>(rate.numerator)
-                             : (exponent < -63 || scaled < (Wide{rate.numerator} << -exponent));
+        return exponent >= 0 ? (scaled << exponent) < rate.numerator
+                             : scaled < (Wide{rate.numerator} << -exponent);
     };
     while (isBelow(nearest)) {
         nearest = std::nextafter(nearest, std::numeric_limits<float>::infinity());

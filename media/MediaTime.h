@@ -46,8 +46,8 @@ struct MediaTime {
                timescale > 0;
     }
 
-    /// The nearest double; the infinities for infinite times, not a number for invalid and
-    /// indefinite ones.
+    /// value / timescale in double precision; the infinities for infinite times, not a number for
+    /// invalid and indefinite ones.
     double seconds() const;
 
     /// Times a whole number, exactly; infinite when the value does not fit in 64 bits.

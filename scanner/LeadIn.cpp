@@ -1,16 +1,18 @@
 #include "scanner/LeadIn.h"
 
+#include <algorithm>
+
 namespace fw {
 namespace {
 
-/// A quarter of what 64 bits hold: it can be added to and taken from every time of a movie.
-constexpr std::int64_t kMostTicks = std::int64_t{1} << 61;
+/// 34 years, longer than every movie. On every timescale it can be added to and taken from a
+/// movie's times: 2^30 seconds are fewer than 2^61 ticks.
+constexpr std::int64_t kMostSeconds = std::int64_t{1} << 30;
 
 MediaTime leadIn(std::int64_t frames, double framesPerSecond, std::int32_t timescale) {
     const double seconds = static_cast<double>(frames) / framesPerSecond;
-    const MediaTime most = MediaTime::make(kMostTicks, timescale);
-    const MediaTime exact = MediaTime::makeWithSeconds(seconds, timescale);
-    return exact.isPositiveInfinity() || exact > most ? most : exact;
+    return MediaTime::makeWithSeconds(std::min(seconds, static_cast<double>(kMostSeconds)),
+                                      timescale);
 }
 
 } // namespace

@@ -8,8 +8,8 @@ namespace fw {
 
 /// The range that starts `frames` frames earlier and ends where `range` ends, so that a history of
 /// frames is full when the range begins. The lead-in is made on the timescale of the range's
-/// duration; one that is too long for it, or of an unknown rate, is held at a length that reaches
-/// beyond the start of every movie.
+/// duration; a huge one, or one at an unknown rate, is held at a length that reaches beyond the
+/// start of every movie.
 MediaTimeRange rangeWithLeadIn(const MediaTimeRange& range, std::int64_t frames,
                                float framesPerSecond);
 

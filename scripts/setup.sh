@@ -64,12 +64,15 @@ configure() {
 
 # build PRESET [TARGET...]: quiet when there is nothing to do.
 build() {
-    local preset=$1 targets=()
+    local preset=$1 targets=() log="$root/build/build.log"
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    if ninja -C "$root/build/$preset" -n "$@" 2>/dev/null | grep -q 'no work to do'; then
-        return 0
+    if ninja -C "$root/build/$preset" -n "$@" 2>/dev/null | grep -qE '\] (Building|Linking)'; then
+        say "building build/$preset (the first time takes some minutes)"
+        log=/dev/stderr
     fi
-    say "building build/$preset (the first time takes some minutes)"
-    (cd "$root" && cmake --build --preset "$preset" "${targets[@]}") >&2 || die "the build failed"
+    (cd "$root" && cmake --build --preset "$preset" "${targets[@]}") >"$log" 2>&1 || {
+        [ "$log" = /dev/stderr ] || cat "$log" >&2
+        die "the build failed"
+    }
 }

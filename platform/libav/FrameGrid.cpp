@@ -96,8 +96,8 @@ std::optional<FrameRate> constantRate(std::span<const std::int64_t> starts, cons
         const std::int64_t ticks = static_cast<std::int64_t>(length / count);
         return reduced(tick.denominator, ticks * tick.numerator);
     }
-    const auto measured = FrameRate{count * tick.denominator,
-                                    static_cast<std::int64_t>(length) * tick.numerator};
+    const auto measured =
+        FrameRate{count * tick.denominator, static_cast<std::int64_t>(length) * tick.numerator};
     const auto standard = standardRate(measured);
     if (standard && !isWhole(frameTicks(*standard, tick)) &&
         isConstant(frameTicks(*standard, tick), 1)) {

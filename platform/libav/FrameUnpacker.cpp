@@ -17,7 +17,8 @@ bool hasFlag(const AVPixFmtDescriptor& description, std::uint64_t flag) {
 }
 
 bool isAlphaOnly(const AVPixFmtDescriptor& description, int component) {
-    return hasFlag(description, AV_PIX_FMT_FLAG_ALPHA) && component == description.nb_components - 1;
+    return hasFlag(description, AV_PIX_FMT_FLAG_ALPHA) &&
+           component == description.nb_components - 1;
 }
 
 int colourComponents(const AVPixFmtDescriptor& description) {
@@ -60,8 +61,8 @@ bool isJpegFormat(AVPixelFormat format) {
     }
 }
 
-bool isFullRange(const AVFrame& frame, const AVPixFmtDescriptor& description,
-                 SampleFamily family, AVCodecID codec) {
+bool isFullRange(const AVFrame& frame, const AVPixFmtDescriptor& description, SampleFamily family,
+                 AVCodecID codec) {
     if (family == SampleFamily::kRgb || isJpegFormat(static_cast<AVPixelFormat>(frame.format))) {
         return true;
     }
@@ -148,7 +149,8 @@ void copyBitFields(const AVFrame& frame, const AVPixFmtDescriptor& description, 
     std::array<const std::uint8_t*, 4> planes{frame.data[0], frame.data[1], frame.data[2],
                                               frame.data[3]};
     if (depth > 8) {
-        av_read_image_line2(to, planes.data(), frame.linesize, &description, 0, y, component, width, 0, 2);
+        av_read_image_line2(to, planes.data(), frame.linesize, &description, 0, y, component, width,
+                            0, 2);
         return;
     }
     // The reader writes words at least.
@@ -157,8 +159,8 @@ void copyBitFields(const AVFrame& frame, const AVPixFmtDescriptor& description, 
     const bool isInverted = frame.format == AV_PIX_FMT_MONOWHITE;
     for (int x = 0; x < width; x += static_cast<int>(words.size())) {
         const int count = std::min(width - x, static_cast<int>(words.size()));
-        av_read_image_line2(words.data(), planes.data(), frame.linesize, &description, x, y, component,
-                            count, 0, 2);
+        av_read_image_line2(words.data(), planes.data(), frame.linesize, &description, x, y,
+                            component, count, 0, 2);
         for (int i = 0; i < count; ++i) {
             const int value = isInverted ? most - words[static_cast<std::size_t>(i)]
                                          : words[static_cast<std::size_t>(i)];

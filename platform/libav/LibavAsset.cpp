@@ -41,7 +41,7 @@ public:
             return *description_.error;
         }
         return std::unique_ptr<AssetReader>(std::make_unique<LibavReader>(
-            path_, options_.decodeThreads, description_.timecodeTracks));
+            path_, options_.decodeThreads, description_.duration, description_.timecodeTracks));
     }
 
     void setDuration(const MediaTime& duration) { description_.duration = duration; }
@@ -88,12 +88,12 @@ void describeTracks(Description& description, const std::string& path,
 
 Description describe(const std::string& path, const AVFormatContext& format) {
     Description description;
-    const auto entries = isContainer(format, "mov") ? readMovSampleEntries(path)
-                                                    : std::vector<MovSampleEntry>{};
+    const auto entries =
+        isContainer(format, "mov") ? readMovSampleEntries(path) : std::vector<MovSampleEntry>{};
     describeTracks(description, path, format, entries);
     const auto streams = std::span(format.streams, format.nb_streams);
-    description.isPlayable = std::any_of(streams.begin(), streams.end(),
-                                         [](const AVStream* stream) { return hasDecoder(*stream); });
+    description.isPlayable = std::any_of(
+        streams.begin(), streams.end(), [](const AVStream* stream) { return hasDecoder(*stream); });
     description.isReadable =
         std::none_of(streams.begin(), streams.end(),
                      [&](const AVStream* stream) { return isEncrypted(*stream, entries); });
@@ -124,8 +124,8 @@ std::shared_ptr<const Asset> openLibavAsset(const std::string& path, const Libav
         description.error = format.error();
         return std::make_shared<libav::LibavAsset>(path, options, std::move(description));
     }
-    auto asset = std::make_shared<libav::LibavAsset>(path, options,
-                                                     libav::describe(path, *format.value()));
+    auto asset =
+        std::make_shared<libav::LibavAsset>(path, options, libav::describe(path, *format.value()));
     const MediaTime frameLength = FWAVFoundation::frameLengthForAsset(*asset);
     asset->setDuration(
         libav::roundedUp(libav::movieEnd(path, *format.value()), frameLength.timescale));

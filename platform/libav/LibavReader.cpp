@@ -8,9 +8,9 @@
 
 namespace fw::libav {
 
-LibavReader::LibavReader(std::string path, int decodeThreads,
+LibavReader::LibavReader(std::string path, int decodeThreads, const MediaTime& movieEnd,
                          std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks)
-    : path_(std::move(path)), decodeThreads_(decodeThreads),
+    : path_(std::move(path)), decodeThreads_(decodeThreads), movieEnd_(movieEnd),
       timecodeTracks_(std::move(timecodeTracks)) {}
 
 void LibavReader::setTimeRange(const MediaTimeRange& range) {
@@ -105,12 +105,19 @@ std::optional<SampleBuffer> LibavReader::copyNextSampleBuffer() {
 std::optional<PictureDecoder::Frame> LibavReader::nextInRange() {
     for (;;) {
         auto frame = met_ ? std::exchange(met_, std::nullopt) : decoder_->next();
-        if (!frame || !(frame->time < end_)) {
+        if (!frame) {
             return std::nullopt;
         }
-        if (!(frame->time < start_)) {
+        if (frame->time < start_) {
+            continue;
+        }
+        if (frame->time < end_) {
             return frame;
         }
+        if (end_ < movieEnd_) {
+            return std::nullopt;
+        }
+        ++framesBeyondEnd_;
     }
 }
 
@@ -156,6 +163,11 @@ bool LibavReader::fail(const Error& error) {
 void LibavReader::end() {
     if (decoder_->firstError()) {
         fail(*decoder_->firstError());
+    } else if (framesBeyondEnd_ > 0) {
+        // The movie's clock jumps: these frames cannot be placed.
+        fail(mediaError(MediaErrorCode::kDamagedContainer,
+                        std::to_string(framesBeyondEnd_) +
+                            " frames have times beyond the end of the movie."));
     } else {
         status_ = Status::kCompleted;
     }

@@ -15,7 +15,7 @@ namespace fw::libav {
 /// Reads decoded frames of a video track, or the stored samples of a timecode track.
 class LibavReader final : public AssetReader {
 public:
-    LibavReader(std::string path, int decodeThreads,
+    LibavReader(std::string path, int decodeThreads, const MediaTime& movieEnd,
                 std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks);
 
     void setTimeRange(const MediaTimeRange& range) override;
@@ -39,6 +39,7 @@ private:
 
     std::string path_;
     int decodeThreads_;
+    MediaTime movieEnd_;
     std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks_;
 
     MediaTime start_ = MediaTime::zero();
@@ -52,6 +53,7 @@ private:
     std::unique_ptr<FrameConverter> converter_;
     /// The frame that moveToStart met; it is handed over first.
     std::optional<PictureDecoder::Frame> met_;
+    std::int64_t framesBeyondEnd_ = 0;
     std::shared_ptr<const FormatDescription> formatDescription_;
 
     std::vector<SampleBuffer> timecodeSamples_;

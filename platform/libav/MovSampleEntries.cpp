@@ -99,8 +99,7 @@ std::uint32_t trackIdOf(BoxFile& file, const Extent& track) {
 
 void appendEntries(BoxFile& file, const Extent& track, std::vector<MovSampleEntry>& entries) {
     std::optional<Extent> place = track;
-    for (const FourCC type :
-         {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")}) {
+    for (const FourCC type : {fourCC("mdia"), fourCC("minf"), fourCC("stbl"), fourCC("stsd")}) {
         place = place ? file.firstChild(*place, type) : std::nullopt;
     }
     constexpr std::uint64_t kVersionAndCount = 8;

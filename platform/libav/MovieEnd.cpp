@@ -40,8 +40,8 @@ MediaTime measuredEnd(const std::string& path) {
         const auto index = static_cast<std::size_t>(packet->stream_index);
         if (index < timings.size() && packet->pts != AV_NOPTS_VALUE &&
             counts(*format->streams[index])) {
-            const std::int64_t length = packet->duration > 0 ? packet->duration
-                                                             : timings[index].frameTicks();
+            const std::int64_t length =
+                packet->duration > 0 ? packet->duration : timings[index].frameTicks();
             end = std::max(end, timings[index].timeAt(packet->pts + length));
         }
         av_packet_unref(packet.get());
@@ -80,9 +80,8 @@ MediaTime movieEnd(const std::string& path, const AVFormatContext& format) {
     }
     const bool isStated = format.duration != AV_NOPTS_VALUE && format.duration > 0;
     if (isStated && !isGuess(format)) {
-        const std::int64_t start = format.start_time == AV_NOPTS_VALUE
-                                       ? 0
-                                       : std::max<std::int64_t>(format.start_time, 0);
+        const std::int64_t start =
+            format.start_time == AV_NOPTS_VALUE ? 0 : std::max<std::int64_t>(format.start_time, 0);
         // Matroska and FLV state when the last frame ends, counted from their own zero.
         return std::max(end, MediaTime::make(format.duration - start, AV_TIME_BASE));
     }

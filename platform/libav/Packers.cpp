@@ -37,9 +37,8 @@ std::uint32_t word(std::uint32_t low, std::uint32_t middle, std::uint32_t high) 
 
 void packGroup(const std::uint16_t* y, const std::uint16_t* cb, const std::uint16_t* cr,
                std::uint8_t* out) {
-    const std::array<std::uint32_t, 4> words = {
-        word(cb[0], y[0], cr[0]), word(y[1], cb[1], y[2]), word(cr[1], y[3], cb[2]),
-        word(y[4], cr[2], y[5])};
+    const std::array<std::uint32_t, 4> words = {word(cb[0], y[0], cr[0]), word(y[1], cb[1], y[2]),
+                                                word(cr[1], y[3], cb[2]), word(y[4], cr[2], y[5])};
     std::memcpy(out, words.data(), kBytesPerGroup);
 }
 
@@ -72,8 +71,8 @@ void packRowV210(const std::uint16_t* y, const std::uint16_t* cb, const std::uin
 template <typename Sample>
 std::vector<Sample> neutralRow(const PlanarPicture& picture, Sample neutral) {
     const bool isGray = picture.format.family == SampleFamily::kGray;
-    return std::vector<Sample>(
-        isGray ? static_cast<std::size_t>(picture.format.width) / 2 + 1 : 0, neutral);
+    return std::vector<Sample>(isGray ? static_cast<std::size_t>(picture.format.width) / 2 + 1 : 0,
+                               neutral);
 }
 
 } // namespace

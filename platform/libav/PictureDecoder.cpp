@@ -1,10 +1,14 @@
 #include "platform/libav/PictureDecoder.h"
 
+#include "base/numbers.h"
 #include "media/MediaError.h"
 #include "platform/libav/Container.h"
 #include "platform/libav/LibavError.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <limits>
 
 namespace fw::libav {
 namespace {
@@ -12,13 +16,14 @@ namespace {
 /// Damaged data in a row that is passed over before the file is given up as unreadable.
 constexpr int kMostErrorsInARow = 4096;
 
-std::string placeText(const std::optional<MediaTime>& time) {
-    if (!time || !time->isNumeric()) {
-        return "at the start of the movie";
-    }
-    char text[64];
-    std::snprintf(text, sizeof text, "after %.3f s", time->seconds());
-    return text;
+/// How far apart, in frames, two tries to find the way behind damage can come to lie.
+constexpr std::int64_t kMostJumpFrames = std::int64_t{1} << 24;
+
+/// `format` has one place for seconds.
+std::string secondsText(const char* format, const MediaTime& time) {
+    std::array<char, 128> text{};
+    std::snprintf(text.data(), text.size(), format, time.seconds());
+    return text.data();
 }
 
 bool isDamaged(const AVFrame& frame) {
@@ -49,8 +54,8 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(const std::string& 
             format->streams[i] == stream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
     CodecHandle codec(avcodec_alloc_context3(decoder));
-    int result = codec ? avcodec_parameters_to_context(codec.get(), stream->codecpar)
-                       : AVERROR(ENOMEM);
+    int result =
+        codec ? avcodec_parameters_to_context(codec.get(), stream->codecpar) : AVERROR(ENOMEM);
     if (result >= 0) {
         codec->pkt_timebase = stream->time_base;
         codec->thread_count = threads;
@@ -66,7 +71,7 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(const std::string& 
 
 PictureDecoder::PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream)
     : format_(std::move(format)), codec_(std::move(codec)), stream_(stream),
-      timing_(*format_, *stream) {}
+      timing_(*format_, *stream), watch_(*stream->codecpar) {}
 
 bool PictureDecoder::seekTo(const MediaTime& time) {
     const int result = av_seek_frame(format_.get(), stream_->index, timing_.timestampAt(time),
@@ -75,7 +80,10 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     firstError_.reset();
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
+    reached_ = MediaTime::zero();
+    jumpFrames_ = 1;
     isDraining_ = false;
+    hasHeldPacket_ = false;
     hasEnded_ = false;
     hasSought_ = true;
     return result >= 0;
@@ -88,8 +96,12 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
         if (result == 0) {
             return taken();
         }
-        if (result == AVERROR_EOF) {
-            noteEnd();
+        if (result == AVERROR_EOF && hasHeldPacket_) {
+            resume();
+        } else if (result == AVERROR_EOF) {
+            if (!jumpOverDamage()) {
+                noteEnd();
+            }
         } else if (result == AVERROR(EAGAIN)) {
             hasEnded_ = !feed();
         } else {
@@ -125,15 +137,31 @@ bool PictureDecoder::feed() {
             note(mediaError(MediaErrorCode::kDamagedContainer,
                             "The container marks its data as corrupt."));
         }
-        const int sent = avcodec_send_packet(codec_.get(), packet_.get());
-        av_packet_unref(packet_.get());
-        if (sent < 0 && sent != AVERROR_EOF) {
-            noteDamage(sent);
+        if (watch_.changesAt(*packet_)) {
+            hasHeldPacket_ = true;
+            avcodec_send_packet(codec_.get(), nullptr);
+        } else {
+            send();
         }
         return true;
     }
     drain(AVERROR_INVALIDDATA);
     return true;
+}
+
+void PictureDecoder::send() {
+    const int sent = avcodec_send_packet(codec_.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (sent < 0 && sent != AVERROR_EOF) {
+        noteDamage(sent);
+    }
+}
+
+/// Goes on with the packet at which the format changes, now that all frames before it are out.
+void PictureDecoder::resume() {
+    hasHeldPacket_ = false;
+    avcodec_flush_buffers(codec_.get());
+    send();
 }
 
 void PictureDecoder::drain(int readResult) {
@@ -147,30 +175,41 @@ void PictureDecoder::drain(int readResult) {
     avcodec_send_packet(codec_.get(), nullptr);
 }
 
+/// How much of the movie is missing by its own word, in seconds; 0 when it is whole or does not
+/// say.
+double PictureDecoder::missingSeconds() const {
+    constexpr double kTolerance = 0.5; // And never less than two frames.
+    const auto stated = statedEnd(*format_, *stream_);
+    const double frame = timing_.timeAt(timing_.firstTimestamp() + timing_.frameTicks()).seconds();
+    const double missing = stated ? stated->seconds() - reached_.seconds() : 0;
+    return missing > kTolerance && missing > 2 * frame ? missing : 0;
+}
+
+/// Where a container's data is damaged a demuxer may lose its way to the end although the index
+/// still tells where later frames are. Goes there, in steps that double while nothing comes of it;
+/// false when there is no way on.
+bool PictureDecoder::jumpOverDamage() {
+    if (missingSeconds() == 0 || !lastTimestamp_ || jumpFrames_ > kMostJumpFrames) {
+        return false;
+    }
+    const std::int64_t target = *lastTimestamp_ + jumpFrames_ * timing_.frameTicks();
+    jumpFrames_ *= 2;
+    if (avformat_seek_file(format_.get(), stream_->index, target, target,
+                           std::numeric_limits<std::int64_t>::max(), 0) < 0) {
+        return false;
+    }
+    avcodec_flush_buffers(codec_.get());
+    isDraining_ = false;
+    return true;
+}
+
 /// Movies that were cut off end like whole ones: only their own word tells them apart.
 void PictureDecoder::noteEnd() {
     hasEnded_ = true;
-    const auto stated = statedEnd(*format_, *stream_);
-    if (!stated) {
-        return;
-    }
-    constexpr double kTolerance = 0.5; // Seconds; and never less than two frames.
-    double reached = 0;
-    double frameLength = 0;
-    if (timing_.rate().isKnown()) {
-        frameLength = static_cast<double>(timing_.rate().denominator) /
-                      static_cast<double>(timing_.rate().numerator);
-    }
-    if (lastTimestamp_) {
-        reached = timing_.timeAt(*lastTimestamp_).seconds() + frameLength;
-    }
-    const double missing = stated->seconds() - reached;
-    if (missing > kTolerance && missing > 2 * frameLength) {
-        char text[128];
-        std::snprintf(text, sizeof text,
-                      "The movie ends at %.3f s, before its stated end at %.3f s.", reached,
-                      stated->seconds());
-        note(mediaError(MediaErrorCode::kEndsEarly, text));
+    if (missingSeconds() > 0) {
+        note(mediaError(
+            MediaErrorCode::kEndsEarly,
+            secondsText("The movie ends at %.3f s, clearly before its stated end.", reached_)));
     }
 }
 
@@ -184,11 +223,9 @@ void PictureDecoder::note(const Error& error) {
 /// place where reading began.
 void PictureDecoder::noteDamage(int code) {
     if (framesSinceSeek_ > 0) {
-        const auto place = lastTimestamp_ ? std::optional(timing_.timeAt(*lastTimestamp_))
-                                          : std::nullopt;
-        note(mediaError(MediaErrorCode::kDamagedPicture, "Picture data is damaged " +
-                                                             placeText(place) + " (" +
-                                                             libavText(code) + ")."));
+        note(mediaError(MediaErrorCode::kDamagedPicture,
+                        secondsText("Picture data is damaged near %.3f s", reached_) + " (" +
+                            libavText(code) + ")."));
     }
 }
 
@@ -197,11 +234,19 @@ PictureDecoder::Frame PictureDecoder::taken() {
         noteDamage(AVERROR_INVALIDDATA);
     }
     ++framesSinceSeek_;
-    if (const auto timestamp = timestampOf(*frame_)) {
-        lastTimestamp_ = timestamp;
-        return {frame_.get(), timing_.timeAt(*timestamp)};
+    const auto timestamp = timestampOf(*frame_);
+    if (!timestamp) {
+        return {frame_.get(), MediaTime::invalid()};
     }
-    return {frame_.get(), MediaTime::invalid()};
+    if (jumpFrames_ > 1) {
+        note(mediaError(MediaErrorCode::kDamagedContainer,
+                        secondsText("The movie's data cannot be read near %.3f s.", reached_)));
+        jumpFrames_ = 1;
+    }
+    lastTimestamp_ = timestamp;
+    const std::int64_t length = std::max(frame_->pkt_duration, timing_.frameTicks());
+    reached_ = std::max(reached_, timing_.timeAt(saturatingAdd(*timestamp, length)));
+    return {frame_.get(), timing_.timeAt(*timestamp)};
 }
 
 /// Some frames of program streams and AVI carry no time: they follow the frame before.

@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "base/Result.h"
 #include "media/MediaTime.h"
+#include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
 #include "platform/libav/StreamTiming.h"
 
@@ -40,7 +41,11 @@ private:
     PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream);
 
     bool feed();
+    void send();
+    void resume();
     void drain(int readResult);
+    double missingSeconds() const;
+    bool jumpOverDamage();
     void noteEnd();
     void note(const Error& error);
     void noteDamage(int code);
@@ -51,12 +56,16 @@ private:
     CodecHandle codec_;
     AVStream* stream_;
     StreamTiming timing_;
+    FormatWatch watch_;
     FrameHandle frame_ = makeFrame();
     PacketHandle packet_ = makePacket();
     std::optional<Error> firstError_;
     std::int64_t framesSinceSeek_ = 0;
     std::optional<std::int64_t> lastTimestamp_;
+    MediaTime reached_ = MediaTime::zero(); ///< The latest end of a frame.
+    std::int64_t jumpFrames_ = 1;           ///< How far the next try over damage goes.
     bool isDraining_ = false;
+    bool hasHeldPacket_ = false; ///< packet_ waits until the decoder is empty.
     bool hasEnded_ = false;
     bool hasSought_ = false;
 };

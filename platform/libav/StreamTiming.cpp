@@ -38,6 +38,19 @@ std::vector<std::int64_t> sampleStarts(const AVFormatContext& format, const AVSt
     return starts;
 }
 
+/// MXF and AVI count in frames: their clock is their rate, unless most of its ticks are empty.
+std::optional<FrameRate> clockRate(const AVFormatContext& format, const AVStream& stream) {
+    if (!isContainer(format, "mxf") && !isContainer(format, "avi")) {
+        return std::nullopt;
+    }
+    const FrameRate clock = asRate(av_inv_q(stream.time_base));
+    const double measured = av_q2d(stream.avg_frame_rate);
+    const bool isMeasured = stream.avg_frame_rate.num > 0 && stream.avg_frame_rate.den > 0;
+    const double ticks =
+        static_cast<double>(clock.numerator) / static_cast<double>(clock.denominator);
+    return !isMeasured || measured > ticks * 0.9 ? std::optional(clock) : std::nullopt;
+}
+
 RateOfStream rateOf(const AVFormatContext& format, const AVStream& stream) {
     if (!isMovingPicture(stream)) {
         return {};
@@ -46,6 +59,9 @@ RateOfStream rateOf(const AVFormatContext& format, const AVStream& stream) {
     const auto starts = sampleStarts(format, stream);
     if (const auto constant = constantRate(starts, tick)) {
         return {*constant, true};
+    }
+    if (const auto clock = clockRate(format, stream)) {
+        return {*clock, true};
     }
     FrameRate average = asRate(stream.avg_frame_rate);
     if (!average.isKnown()) {
@@ -71,8 +87,7 @@ std::optional<MediaTime> durationTag(const AVStream& stream) {
     }
     const std::int64_t minutes = leadingInteger(fields[0]) * 60 + leadingInteger(fields[1]);
     const double seconds = static_cast<double>(minutes) * 60 + leadingDouble(fields[2]);
-    return seconds > 0 ? std::optional(MediaTime::makeWithSeconds(seconds, 1000000))
-                       : std::nullopt;
+    return seconds > 0 ? std::optional(MediaTime::makeWithSeconds(seconds, 1000000)) : std::nullopt;
 }
 
 } // namespace

@@ -37,7 +37,6 @@ private:
 std::optional<MediaTime> statedEnd(const AVFormatContext& format, const AVStream& stream);
 
 /// How many frames the container says that it presents; nothing when it keeps no count.
-std::optional<std::int64_t> statedFrameCount(const AVFormatContext& format,
-                                             const AVStream& stream);
+std::optional<std::int64_t> statedFrameCount(const AVFormatContext& format, const AVStream& stream);
 
 } // namespace fw::libav

@@ -80,7 +80,8 @@ bool isDropFrameText(std::string_view timecode) {
 
 /// 1001 / (1000 x quanta) seconds when the rate is one of those, else 1 / rate.
 MediaTime frameDurationOf(const FrameRate& rate, std::int64_t quanta) {
-    const double exact = static_cast<double>(rate.numerator) / static_cast<double>(rate.denominator);
+    const double exact =
+        static_cast<double>(rate.numerator) / static_cast<double>(rate.denominator);
     const double pulledDown = static_cast<double>(quanta) * 1000 / 1001;
     if (rate.denominator != 1 && std::abs(exact - pulledDown) <= pulledDown * 0.001) {
         return MediaTime::make(1001, static_cast<std::int32_t>(1000 * quanta));
@@ -90,9 +91,8 @@ MediaTime frameDurationOf(const FrameRate& rate, std::int64_t quanta) {
 
 } // namespace
 
-std::optional<TimecodeTrack>
-timecodeTrackOfStream(const std::string& path, const AVStream& stream,
-                      const std::vector<MovSampleEntry>& entries) {
+std::optional<TimecodeTrack> timecodeTrackOfStream(const std::string& path, const AVStream& stream,
+                                                   const std::vector<MovSampleEntry>& entries) {
     const FourCC code = codeOf(stream);
     if (code != fourCC("tmcd") && code != fourCC("cn32")) {
         return std::nullopt;
@@ -148,8 +148,8 @@ std::optional<TimecodeTrack> timecodeTrackOfTag(const AVFormatContext& format, i
     if (text == nullptr || !rate.isKnown()) {
         return std::nullopt;
     }
-    const auto quanta = static_cast<std::uint32_t>(std::lround(
-        static_cast<double>(rate.numerator) / static_cast<double>(rate.denominator)));
+    const auto quanta = static_cast<std::uint32_t>(
+        std::lround(static_cast<double>(rate.numerator) / static_cast<double>(rate.denominator)));
     const auto number = recordedFrameNumber(trimmed(text), quanta);
     if (!number) {
         return std::nullopt;

@@ -20,8 +20,7 @@ struct TimecodeTrack {
 };
 
 /// The track of a 'tmcd' or 'cn32' stream; nothing for any other stream.
-std::optional<TimecodeTrack> timecodeTrackOfStream(const std::string& path,
-                                                   const AVStream& stream,
+std::optional<TimecodeTrack> timecodeTrackOfStream(const std::string& path, const AVStream& stream,
                                                    const std::vector<MovSampleEntry>& entries);
 
 /// The frame number that a recorder stores for a start timecode, "HH:MM:SS:FF" or with ";" or "."

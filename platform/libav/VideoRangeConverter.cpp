@@ -92,8 +92,8 @@ void VideoRangeConverter::FreeGraph::operator()(zimg_filter_graph* graph) const 
 PlanarPicture VideoRangeConverter::convert(const PlanarPicture& picture, int depth) {
     const PictureFormat& source = picture.format;
     const bool isGray = source.family == SampleFamily::kGray;
-    const bool is422 = source.family == SampleFamily::kYuv && source.chromaShiftX == 1 &&
-                       source.chromaShiftY == 0;
+    const bool is422 =
+        source.family == SampleFamily::kYuv && source.chromaShiftX == 1 && source.chromaShiftY == 0;
     if ((isGray || is422) && source.depth == depth && !source.isFullRange) {
         return picture;
     }

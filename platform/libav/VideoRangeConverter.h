@@ -40,7 +40,7 @@ private:
 
     std::optional<PictureFormat> source_;
     PictureFormat target_;
-    Size size_{};          ///< Of the source, rounded up to what its chroma and 4:2:2 need.
+    Size size_{};               ///< Of the source, rounded up to what its chroma and 4:2:2 need.
     std::vector<Graph> graphs_; ///< One for the frame, or one for each field.
     std::vector<std::uint8_t> workspace_;
     PlaneStorage paddedStorage_;

@@ -21,8 +21,7 @@ constexpr int kBits = 16;
 constexpr int kBlocksInRow = 8;
 
 int lumaAt(PixelBuffer& buffer, PixelLayout layout, int x, int y) {
-    const std::uint8_t* row =
-        buffer.base() + static_cast<std::uint64_t>(y) * buffer.bytesPerRow();
+    const std::uint8_t* row = buffer.base() + static_cast<std::uint64_t>(y) * buffer.bytesPerRow();
     if (layout == PixelLayout::k2vuy) {
         return row[2 * x + 1];
     }
@@ -31,10 +30,9 @@ int lumaAt(PixelBuffer& buffer, PixelLayout layout, int x, int y) {
         {{0, 10}, {1, 0}, {1, 20}, {2, 10}, {3, 0}, {3, 20}}};
     const auto [word, bit] = kPlace[static_cast<std::size_t>(x % 6)];
     const std::uint8_t* bytes = row + x / 6 * 16 + word * 4;
-    const std::uint32_t value = static_cast<std::uint32_t>(bytes[0]) |
-                                static_cast<std::uint32_t>(bytes[1]) << 8 |
-                                static_cast<std::uint32_t>(bytes[2]) << 16 |
-                                static_cast<std::uint32_t>(bytes[3]) << 24;
+    const std::uint32_t value =
+        static_cast<std::uint32_t>(bytes[0]) | static_cast<std::uint32_t>(bytes[1]) << 8 |
+        static_cast<std::uint32_t>(bytes[2]) << 16 | static_cast<std::uint32_t>(bytes[3]) << 24;
     return static_cast<int>((value >> bit) & 0x3FF) / 4;
 }
 

@@ -30,7 +30,7 @@ struct MovieKind {
 };
 
 struct Read {
-    std::vector<int> pictures;             ///< The number drawn into each frame.
+    std::vector<int> pictures;              ///< The number drawn into each frame.
     std::vector<std::int64_t> frameNumbers; ///< By time and nominal rate.
     AssetReader::Status status = AssetReader::Status::kUnknown;
     std::optional<Error> error;
@@ -83,8 +83,7 @@ TEST_P(EveryKindOfMovie, givesEveryCodedFrameOnceAtEveryThreadCount) {
         ASSERT_TRUE(asset->isReadable()) << describe(asset->error());
         const Read read = readAll(*asset);
         EXPECT_EQ(read.pictures, expected) << threads << " threads";
-        EXPECT_EQ(read.frameNumbers,
-                  std::vector<std::int64_t>(expected.begin(), expected.end()))
+        EXPECT_EQ(read.frameNumbers, std::vector<std::int64_t>(expected.begin(), expected.end()))
             << threads << " threads";
         EXPECT_EQ(read.status, AssetReader::Status::kCompleted) << describe(read.error);
     }
@@ -124,9 +123,15 @@ TEST_P(EveryKindOfMovie, startsExactlyAtEveryFrame) {
 
 const std::vector<MovieKind> kKinds = {
     {"h264LongGopMp4", "mp4", "25:1", 100, {"-c:v", "libx264", "-g", "40", "-bf", "3"}},
-    {"h264OpenGopMp4", "mp4", "30000:1001", 100,
+    {"h264OpenGopMp4",
+     "mp4",
+     "30000:1001",
+     100,
      {"-c:v", "libx264", "-bf", "3", "-x264-params", "open-gop=1:keyint=20:scenecut=0"}},
-    {"hevcOpenGopMov", "mov", "24000:1001", 80,
+    {"hevcOpenGopMov",
+     "mov",
+     "24000:1001",
+     80,
      {"-c:v", "libx265", "-tag:v", "hvc1", "-x265-params",
       "open-gop=1:keyint=20:min-keyint=20:bframes=4:log-level=none"}},
     {"h264Mkv", "mkv", "60000:1001", 100, {"-c:v", "libx264", "-g", "30", "-bf", "2"}},
@@ -136,10 +141,16 @@ const std::vector<MovieKind> kKinds = {
     {"mpeg2Ts", "ts", "30000:1001", 60, {"-c:v", "mpeg2video", "-g", "15", "-bf", "2"}},
     {"mpeg2Ps", "mpg", "25:1", 60, {"-c:v", "mpeg2video", "-g", "12", "-bf", "2"}},
     {"mpeg2Mxf", "mxf", "25:1", 60, {"-c:v", "mpeg2video", "-g", "12", "-bf", "2"}},
-    {"dnxhrMxf", "mxf", "25:1", 30,
+    {"dnxhrMxf",
+     "mxf",
+     "25:1",
+     30,
      {"-vf", "scale=256:120", "-pix_fmt", "yuv422p", "-c:v", "dnxhd", "-profile:v", "dnxhr_sq"}},
     {"proresMov", "mov", "24000:1001", 60, {"-c:v", "prores_ks", "-profile:v", "2"}},
-    {"prores4444Mov", "mov", "25:1", 30,
+    {"prores4444Mov",
+     "mov",
+     "25:1",
+     30,
      {"-c:v", "prores_ks", "-profile:v", "4", "-pix_fmt", "yuva444p10le"}},
     {"mjpegMov", "mov", "25:1", 30, {"-c:v", "mjpeg", "-q:v", "2", "-pix_fmt", "yuvj422p"}},
     {"ffv1Mkv", "mkv", "25:1", 30, {"-c:v", "ffv1", "-level", "3"}},
@@ -148,21 +159,35 @@ const std::vector<MovieKind> kKinds = {
     {"qtrleMov", "mov", "25:1", 30, {"-c:v", "qtrle", "-pix_fmt", "rgb24"}},
     {"pngMov", "mov", "25:1", 30, {"-c:v", "png", "-pix_fmt", "rgb24"}},
     {"vp8Webm", "webm", "30:1", 60, {"-c:v", "libvpx", "-b:v", "1M", "-g", "30"}},
-    {"vp9Webm", "webm", "25:1", 60,
+    {"vp9Webm",
+     "webm",
+     "25:1",
+     60,
      {"-c:v", "libvpx-vp9", "-b:v", "1M", "-g", "30", "-cpu-used", "8", "-deadline", "realtime"}},
     {"av1Mkv", "mkv", "25:1", 30, {"-c:v", "libaom-av1", "-cpu-used", "8", "-usage", "realtime"}},
-    {"dvAvi", "avi", "25:1", 25,
+    {"dvAvi",
+     "avi",
+     "25:1",
+     25,
      {"-vf", "scale=720:576:flags=neighbor", "-pix_fmt", "yuv420p", "-c:v", "dvvideo"}},
-    {"dvRaw", "dv", "25:1", 25,
+    {"dvRaw",
+     "dv",
+     "25:1",
+     25,
      {"-vf", "scale=720:576:flags=neighbor", "-pix_fmt", "yuv420p", "-c:v", "dvvideo"}},
     {"mpeg4Avi", "avi", "25:1", 60, {"-c:v", "mpeg4", "-q:v", "3", "-g", "20", "-bf", "2"}},
     {"theoraOgg", "ogv", "25:1", 60, {"-c:v", "libtheora", "-q:v", "7", "-g", "20"}},
     {"yuv4mpeg", "y4m", "25:1", 30, {"-pix_fmt", "yuv420p"}},
-    {"h264FragmentedMp4", "mp4", "25:1", 60,
+    {"h264FragmentedMp4",
+     "mp4",
+     "25:1",
+     60,
      {"-c:v", "libx264", "-g", "20", "-bf", "0", "-movflags", "frag_keyframe+empty_moov"}},
-    {"h264InterlacedMov", "mov", "25:1", 60,
-     {"-c:v", "libx264", "-g", "25", "-bf", "2", "-flags", "+ildct+ilme", "-x264-params",
-      "tff=1"}},
+    {"h264InterlacedMov",
+     "mov",
+     "25:1",
+     60,
+     {"-c:v", "libx264", "-g", "25", "-bf", "2", "-flags", "+ildct+ilme", "-x264-params", "tff=1"}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EveryKindOfMovie, testing::ValuesIn(kKinds),

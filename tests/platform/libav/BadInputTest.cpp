@@ -1,0 +1,295 @@
+// Files that are no movies, and movies that are damaged: one clear error, every frame that still
+// decodes, and never a crash or a hang.
+
+#include "media/MediaError.h"
+#include "platform/libav/LibavAsset.h"
+#include "tests/platform/libav/ReadMovie.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/TestMovie.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <sys/stat.h>
+
+namespace fw {
+namespace {
+
+using test::makeNumberedMovie;
+using test::ReadMovie;
+using test::readMovie;
+using test::runFfmpeg;
+using test::TemporaryFolder;
+
+class BadInput : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return folder_.file(name); }
+    std::string write(const std::string& name, const std::string& bytes) const {
+        std::ofstream(path(name), std::ios::binary) << bytes;
+        return path(name);
+    }
+    std::string bytesOf(const std::string& name) const {
+        std::ifstream file(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    static void expectNoMovie(const std::string& path, MediaErrorCode code) {
+        const auto asset = openLibavAsset(path);
+        EXPECT_FALSE(asset->isPlayable()) << path;
+        EXPECT_FALSE(asset->isReadable()) << path;
+        ASSERT_TRUE(asset->error().has_value()) << path;
+        EXPECT_EQ(asset->error()->domain, kMediaErrorDomain);
+        EXPECT_EQ(asset->error()->code, static_cast<std::int64_t>(code))
+            << asset->error()->description;
+        EXPECT_FALSE(asset->error()->description.empty());
+        EXPECT_TRUE(asset->tracks().empty());
+        const auto reader = asset->makeReader();
+        ASSERT_FALSE(static_cast<bool>(reader));
+        EXPECT_EQ(reader.error(), *asset->error());
+    }
+    void expectFailure(const ReadMovie& movie, MediaErrorCode code) {
+        EXPECT_EQ(movie.status, AssetReader::Status::kFailed);
+        ASSERT_TRUE(movie.error.has_value());
+        EXPECT_EQ(movie.error->domain, kMediaErrorDomain);
+        EXPECT_EQ(movie.error->code, static_cast<std::int64_t>(code)) << movie.error->description;
+    }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(BadInput, withoutAFileIsNoMovie) {
+    expectNoMovie(path("absent.mov"), MediaErrorCode::kCannotOpen);
+    expectNoMovie("", MediaErrorCode::kCannotOpen);
+}
+
+TEST_F(BadInput, ofAFolderOrAPipeOrADeviceIsNoMovie) {
+    expectNoMovie(folder_.path().string(), MediaErrorCode::kCannotOpen);
+    ASSERT_EQ(::mkfifo(path("pipe.mov").c_str(), 0600), 0);
+    expectNoMovie(path("pipe.mov"), MediaErrorCode::kCannotOpen); // And does not wait for it.
+    expectNoMovie("/dev/zero", MediaErrorCode::kCannotOpen);
+}
+
+TEST_F(BadInput, ofAnEmptyFileIsNoMovie) {
+    expectNoMovie(write("empty.mov", ""), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, ofTextIsNoMovieWhateverItsName) {
+    std::string text;
+    for (int i = 0; i < 4000; ++i) {
+        text += "This is a line of text that no demuxer should take for a movie.\n";
+    }
+    expectNoMovie(write("text.mov", text), MediaErrorCode::kNotAMovie);
+    expectNoMovie(write("text.txt", text), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, ofAPlaylistOrAPictureIsNoMovie) {
+    makeNumberedMovie(path("a.ts"), 5, "25:1", {"-c:v", "mpeg2video"});
+    expectNoMovie(write("list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:10\n#EXTINF:10,\na.ts\n"
+                                     "#EXT-X-ENDLIST\n"),
+                  MediaErrorCode::kNotAMovie);
+    expectNoMovie(write("list.txt", "ffconcat version 1.0\nfile a.ts\n"),
+                  MediaErrorCode::kNotAMovie);
+    runFfmpeg({"-i", path("a.ts"), "-frames:v", "1", path("picture.png")});
+    std::filesystem::rename(path("picture.png"), path("picture.mov"));
+    expectNoMovie(path("picture.mov"), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, thatOnlyRefersToAnotherFileGivesNothingOfIt) {
+    // A path like an address stays a path.
+    expectNoMovie("http://localhost/movie.mov", MediaErrorCode::kCannotOpen);
+    expectNoMovie("concat:a.ts|b.ts", MediaErrorCode::kCannotOpen);
+}
+
+TEST_F(BadInput, ofRandomBytesIsNoMovie) {
+    std::mt19937 random(7);
+    std::string bytes(200000, '\0');
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random()); });
+    expectNoMovie(write("random.mp4", bytes), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, ofAnEncryptedMovieIsPlayableAndNotReadable) {
+    makeNumberedMovie(path("a.mp4"), 5, "25:1",
+                      {"-c:v", "libx264", "-encryption_scheme", "cenc-aes-ctr", "-encryption_key",
+                       "76a6c65c5ea762046bd749a2e632ccbb", "-encryption_kid",
+                       "a7e61c373e219033c21091fa607bf3b8"});
+    const auto asset = openLibavAsset(path("a.mp4"));
+    EXPECT_TRUE(asset->isPlayable());
+    EXPECT_FALSE(asset->isReadable());
+    EXPECT_EQ(asset->error()->code, static_cast<std::int64_t>(MediaErrorCode::kEncrypted));
+    EXPECT_FALSE(static_cast<bool>(asset->makeReader()));
+}
+
+TEST_F(BadInput, withSoundOnlyIsPlayableAndHasNoVideoTrack) {
+    runFfmpeg({"-f", "lavfi", "-i", "sine=d=1:r=48000", "-c:a", "pcm_s16le", path("a.mov")});
+    const auto asset = openLibavAsset(path("a.mov"));
+    EXPECT_TRUE(asset->isPlayable());
+    EXPECT_TRUE(asset->isReadable());
+    EXPECT_FALSE(asset->error().has_value());
+    EXPECT_EQ(asset->firstTrack(MediaType::kVideo), nullptr);
+    EXPECT_EQ(asset->duration(), MediaTime::make(30000, 30000));
+}
+
+TEST_F(BadInput, ofTheSmallestPicturesAndShortestMoviesIsFine) {
+    for (const auto& [width, height] : {std::pair{1, 1}, std::pair{16, 16}}) {
+        test::writeY4m(path("a.y4m"), width, height, 1, "25:1", [](int, test::TestPicture&) {});
+        for (const PixelLayout layout : {PixelLayout::k2vuy, PixelLayout::kV210}) {
+            const ReadMovie movie = readMovie(*openLibavAsset(path("a.y4m")), layout);
+            ASSERT_EQ(movie.frames.size(), 1U) << test::words(movie.error);
+            EXPECT_EQ(movie.frames.front().width, static_cast<std::uint64_t>(width));
+        }
+    }
+}
+
+TEST_F(BadInput, withoutAnyFrameEndsAtOnce) {
+    test::writeY4m(path("a.y4m"), 32, 32, 0, "25:1", [](int, test::TestPicture&) {});
+    const auto asset = openLibavAsset(path("a.y4m"));
+    ASSERT_TRUE(asset->isPlayable());
+    const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+    EXPECT_TRUE(movie.frames.empty());
+    EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+}
+
+TEST_F(BadInput, cutInTheMiddleFailsAfterTheFramesThatAreThere) {
+    makeNumberedMovie(path("a.mp4"), 100, "25:1",
+                      {"-c:v", "libx264", "-bf", "2", "-movflags", "+faststart"});
+    const std::string whole = bytesOf("a.mp4");
+    const auto asset = openLibavAsset(write("b.mp4", whole.substr(0, whole.size() / 2)));
+    ASSERT_TRUE(asset->isReadable());
+    const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+    EXPECT_GT(movie.frames.size(), 10U);
+    EXPECT_LT(movie.frames.size(), 90U);
+    EXPECT_EQ(movie.status, AssetReader::Status::kFailed);
+}
+
+TEST_F(BadInput, cutBetweenTwoFramesFailsBecauseItEndsEarly) {
+    makeNumberedMovie(path("a.avi"), 100, "25:1", {"-c:v", "mjpeg"});
+    makeNumberedMovie(path("a.mxf"), 100, "25:1", {"-c:v", "mpeg2video", "-g", "1"});
+    makeNumberedMovie(path("a.mkv"), 100, "25:1", {"-c:v", "mjpeg"});
+    for (const char* name : {"a.avi", "a.mxf", "a.mkv"}) {
+        const std::string whole = bytesOf(name);
+        const auto asset =
+            openLibavAsset(write(std::string("cut.") + name, whole.substr(0, whole.size() / 2)));
+        ASSERT_TRUE(asset->isReadable()) << name << test::words(asset->error());
+        const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+        EXPECT_GT(movie.frames.size(), 20U) << name;
+        EXPECT_EQ(movie.status, AssetReader::Status::kFailed)
+            << name << ": " << movie.frames.size() << " frames";
+    }
+}
+
+TEST_F(BadInput, cutByLessThanHalfASecondIsTakenAsWhole) {
+    makeNumberedMovie(path("a.mp4"), 100, "25:1", {"-c:v", "mjpeg", "-movflags", "+faststart"});
+    const std::string whole = bytesOf("a.mp4");
+    const auto full = openLibavAsset(path("a.mp4"));
+    const std::size_t data = whole.find("mdat");
+    const std::size_t frame = (whole.size() - data) / 100;
+    const auto asset = openLibavAsset(write("b.mp4", whole.substr(0, whole.size() - 5 * frame)));
+    const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+    EXPECT_GE(movie.frames.size(), 94U);
+    // The frame that is cut through does not decode; without it this would be a whole movie.
+    EXPECT_LT(movie.frames.size(), 100U);
+}
+
+TEST_F(BadInput, withoutItsIndexIsNoMovie) {
+    makeNumberedMovie(path("a.mp4"), 50, "25:1", {"-c:v", "libx264"});
+    const std::string whole = bytesOf("a.mp4");
+    expectNoMovie(write("b.mp4", whole.substr(0, whole.size() / 2)), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, damagedInThePictureDataFailsAndLosesNothingThatDecodes) {
+    for (const auto& [name, codec] :
+         {std::pair{"a.mp4", "libx264"}, std::pair{"b.mov", "prores_ks"},
+          std::pair{"c.mxf", "mpeg2video"}, std::pair{"d.mov", "mjpeg"}, std::pair{"e.mkv", "ffv1"},
+          std::pair{"f.mov", "png"}}) {
+        makeNumberedMovie(path(name), 60, "25:1",
+                          {"-c:v", codec, "-g", "10", "-movflags", "+faststart"}, 320, 192);
+        std::string bytes = bytesOf(name);
+        std::mt19937 random(3);
+        // The middle of the file, where there is picture data only.
+        for (std::size_t i = bytes.size() * 4 / 10; i < bytes.size() * 6 / 10; ++i) {
+            if (random() % 50 == 0) {
+                bytes[i] = static_cast<char>(random());
+            }
+        }
+        const auto asset = openLibavAsset(write(std::string("damaged.") + name, bytes));
+        ASSERT_TRUE(asset->isReadable()) << name;
+        const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+        EXPECT_GT(movie.frames.size(), 30U) << name;
+        EXPECT_LE(movie.frames.size(), 60U) << name;
+        EXPECT_EQ(movie.status, AssetReader::Status::kFailed)
+            << name << ": " << movie.frames.size() << " frames and no failure";
+        ASSERT_FALSE(movie.frames.empty());
+        EXPECT_EQ(movie.frames.back().number, 59) << name << ": nothing after the damage is lost";
+    }
+}
+
+TEST_F(BadInput, flippedAnywhereNeverCrashesOrHangs) {
+    makeNumberedMovie(
+        path("a.mp4"), 12, "25:1",
+        {"-c:v", "libx264", "-bf", "2", "-timecode", "01:00:00:00", "-movflags", "+faststart"}, 64,
+        48);
+    const std::string whole = bytesOf("a.mp4");
+    std::mt19937 random(11);
+    for (int round = 0; round < 300; ++round) {
+        std::string bytes = whole;
+        // Mostly in the header, which is a small part of the file.
+        const std::size_t reach =
+            round % 3 == 0 ? bytes.size() : std::min<std::size_t>(bytes.size(), 3000);
+        for (int flips = 0; flips <= round % 5; ++flips) {
+            bytes[random() % reach] ^= static_cast<char>(1U << (random() % 8));
+        }
+        const auto asset = openLibavAsset(write("flipped.mp4", bytes));
+        if (!asset->isPlayable() || !asset->isReadable()) {
+            EXPECT_TRUE(asset->error().has_value()) << round;
+            continue;
+        }
+        const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+        EXPECT_NE(movie.status, AssetReader::Status::kReading) << round;
+        EXPECT_EQ(movie.status == AssetReader::Status::kFailed, movie.error.has_value()) << round;
+    }
+}
+
+TEST_F(BadInput, cutAnywhereNeverCrashesOrHangs) {
+    makeNumberedMovie(path("a.mkv"), 12, "25:1", {"-c:v", "libx264", "-bf", "2"}, 64, 48);
+    makeNumberedMovie(path("a.ts"), 12, "25:1", {"-c:v", "mpeg2video", "-bf", "2"}, 64, 48);
+    for (const char* name : {"a.mkv", "a.ts"}) {
+        const std::string whole = bytesOf(name);
+        for (std::size_t size = 0; size < whole.size(); size += whole.size() / 40 + 1) {
+            const auto asset = openLibavAsset(write("cut.bin", whole.substr(0, size)));
+            if (asset->isPlayable() && asset->isReadable()) {
+                const ReadMovie movie = readMovie(*asset, PixelLayout::kV210);
+                EXPECT_NE(movie.status, AssetReader::Status::kReading) << name << size;
+            } else {
+                EXPECT_TRUE(asset->error().has_value()) << name << size;
+            }
+        }
+    }
+}
+
+TEST_F(BadInput, isNeverAPathWithUnusualCharacters) {
+    makeNumberedMovie(path("a.mp4"), 3, "25:1", {"-c:v", "libx264"});
+    for (const std::string name :
+         {"with blanks.mp4", "quote'\"`.mp4", "at@percent%20%s.mp4", "line\nbreak.mp4",
+          "gr\xC3\xBC\xC3\x9F \xE6\x98\xA0\xE7\x94\xBB.mp4", "bad\xFF\xC0utf8.mp4", "-dash.mp4",
+          "file:colon.mp4", "hash#question?.mp4"}) {
+        std::filesystem::copy_file(path("a.mp4"), path(name));
+        const auto asset = openLibavAsset(path(name));
+        ASSERT_TRUE(asset->isReadable()) << name << test::words(asset->error());
+        EXPECT_EQ(readMovie(*asset, PixelLayout::k2vuy).frames.size(), 3U) << name;
+        EXPECT_EQ(asset->url()->path, path(name));
+        EXPECT_EQ(asset->url()->scheme, "file");
+    }
+}
+
+TEST_F(BadInput, goneBetweenOpeningAndReadingFailsTheReader) {
+    makeNumberedMovie(path("a.mp4"), 3, "25:1", {"-c:v", "libx264"});
+    const auto asset = openLibavAsset(path("a.mp4"));
+    std::filesystem::remove(path("a.mp4"));
+    expectFailure(readMovie(*asset, PixelLayout::k2vuy), MediaErrorCode::kCannotOpen);
+}
+
+} // namespace
+} // namespace fw
