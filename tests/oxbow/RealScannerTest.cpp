@@ -1,3 +1,6 @@
+#include "platform/connection/ConnectionName.h"
+#include "platform/connection/SocketPath.h"
+#include "platform/connection/UnixSocket.h"
 #include "tests/oxbow/OxbowProcess.h"
 #include "tests/support/TestMovie.h"
 
@@ -120,6 +123,23 @@ TEST_F(RealScanner, TheParentInPythonSaysWhenAMovieCannotBeScanned) {
     const Finished scan = parent.wait();
     EXPECT_EQ(scan.status, 3);
     EXPECT_THAT(scan.error, HasSubstr("ERR:Unable to locate file."));
+}
+
+TEST(ParentInPython, LeavesALivingSocketAlone) {
+    const OxbowHouse house(OxbowHouse::Scanner::kFake);
+    std::filesystem::create_directory(house.file("run/oxbow"));
+    std::filesystem::permissions(house.file("run/oxbow"), std::filesystem::perms(0700));
+    const std::string path = *socketPath({house.file("run"), false},
+                                         socketFileStem(connectionNameForMovie(house.movie())));
+    const FileDescriptor listener = listenAtSocket(path);
+    OxbowProcess parent(
+        "/usr/bin/python3",
+        {FW_PYTHON_PARENT, "--scanner", house.file("bin/OxbowGlint"), house.movie()},
+        house.file("python.out"), house.file("python.err"), {});
+    const Finished refused = parent.wait();
+    EXPECT_EQ(refused.status, 3);
+    EXPECT_EQ(refused.error, "This movie is being scanned already.\n");
+    EXPECT_TRUE(std::filesystem::exists(path));
 }
 
 TEST(ParentInPython, AndOxbowRespectEachOther) {
