@@ -97,7 +97,7 @@ TEST(TimecodeSearch, ADroppedNumberIsNotFound) {
     int missing = 0;
     for (int minute = 0; minute < 10; ++minute) {
         for (int frame = 0; frame < 30; ++frame) {
-            char text[16] = {};
+            char text[32] = {};
             std::snprintf(text, sizeof text, "00:%02d:00;%02d", minute, frame);
             const bool isPrinted = printed.contains(text);
             EXPECT_EQ(search.frameWithTimecode(text).has_value(), isPrinted) << text;
