@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
 
 namespace fw {
 namespace {
@@ -33,8 +34,11 @@ void prepareSignals() {
 }
 
 ExitStatus give(const Advice& advice) {
-    const bool isHelp = advice.status == ExitStatus::kNoFaults;
-    Output(isHelp ? STDOUT_FILENO : STDERR_FILENO).write(advice.text);
+    if (advice.status == ExitStatus::kNoFaults) {
+        Output(STDOUT_FILENO).write(advice.text);
+    } else {
+        std::fputs(advice.text.c_str(), stderr);
+    }
     return advice.status;
 }
 

@@ -52,12 +52,13 @@ public:
 
     void dispatch() override {
         int handled = 0;
-        while (handled < kMostEventsAtOnce && check(sd_event_run(event_.get(), 0)) > 0) {
+        while (!failure_ && handled < kMostEventsAtOnce &&
+               check(sd_event_run(event_.get(), 0)) > 0) {
             ++handled;
             forgetClosedConnections();
         }
         forgetClosedConnections();
-        if (handled == kMostEventsAtOnce) {
+        if (failure_ || handled == kMostEventsAtOnce) {
             keepReadable();
         }
         if (failure_) {

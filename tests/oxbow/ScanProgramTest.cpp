@@ -4,8 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -208,6 +210,49 @@ TEST_F(ScanProgram, AClosedPipeEndsWithFour) {
     ::close(ends[1]);
     EXPECT_EQ(scan.status, 4);
     EXPECT_THAT(scan.error, HasSubstr("Broken pipe"));
+}
+
+TEST_F(ScanProgram, AReaderThatTakesNothingDoesNotKeepItFromEnding) {
+    int ends[2] = {};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    std::string script;
+    for (int i = 0; i < 5000; ++i) {
+        script += "fault 0 Blacks too low - 3 (12, 0.10%)\n";
+    }
+    house_.setScript(script + "sleep");
+    const auto oxbow = house_.start({"scan", house_.movie()}, {ends[1], -1});
+    ::close(ends[1]);
+    // Full: no room for one more line.
+    int held = 0;
+    ASSERT_TRUE(comesTrue([&] { return ::ioctl(ends[0], FIONREAD, &held) == 0 && held > 60000; }));
+    oxbow->signal(SIGINT);
+    const Finished scan = oxbow->wait();
+    EXPECT_EQ(scan.status, 4);
+    EXPECT_THAT(scan.error, HasSubstr("nobody takes it"));
+    ::close(ends[0]);
+}
+
+TEST_F(ScanProgram, ASlowReaderGetsEverything) {
+    int ends[2] = {};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    std::string script;
+    for (int i = 0; i < 5000; ++i) {
+        script += "fault 0 Blacks too low - 3 (12, 0.10%)\n";
+    }
+    house_.setScript(script + "finish");
+    const auto oxbow = house_.start({"scan", house_.movie()}, {ends[1], -1});
+    ::close(ends[1]);
+    int held = 0;
+    ASSERT_TRUE(comesTrue([&] { return ::ioctl(ends[0], FIONREAD, &held) == 0 && held > 60000; }));
+    std::string output;
+    char block[8192];
+    for (ssize_t length = 0; (length = ::read(ends[0], block, sizeof block)) > 0;) {
+        output.append(block, static_cast<std::size_t>(length));
+    }
+    ::close(ends[0]);
+    EXPECT_EQ(oxbow->wait().status, 1);
+    EXPECT_THAT(output, HasSubstr("Faults: 5000 (blacks 5000)\n"));
+    EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 5003);
 }
 
 TEST_F(ScanProgram, WithoutStandardStreamsItEndsWithFour) {

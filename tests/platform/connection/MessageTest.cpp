@@ -235,9 +235,11 @@ TEST_F(Message, WhatWasSentBeforeTheScannerEndedStillArrives) {
     EXPECT_EQ(received_.reports.size(), 100U);
 }
 
-TEST_F(Message, WhatAnOperationThrowsComesOutOfDispatch) {
+TEST_F(Message, WhatAnOperationThrowsComesOutOfDispatchBeforeTheNextMessageIsTaken) {
     ParentOperations operations;
-    operations.callback = [](const std::string&) {
+    int taken = 0;
+    operations.callback = [&taken](const std::string&) {
+        ++taken;
         throw std::runtime_error("disk full");
     };
     auto published = ParentServer::publish(kName, operations, folders_);
@@ -245,11 +247,21 @@ TEST_F(Message, WhatAnOperationThrowsComesOutOfDispatch) {
     std::thread scanner([this] {
         ParentConnectionOptions options;
         options.runtimeFolders = folders_;
-        connectionWithOptions(kName, options)->rootProxy()->callback("init");
+        const auto connection = connectionWithOptions(kName, options);
+        for (int i = 0; i < 10; ++i) {
+            connection->rootProxy()->callback("note");
+        }
     });
-    EXPECT_THROW(
-        while (true) { published.value()->dispatch(); }, std::runtime_error);
+    int thrown = 0;
+    while (taken < 10) {
+        try {
+            published.value()->dispatch();
+        } catch (const std::runtime_error&) {
+            ++thrown;
+        }
+    }
     scanner.join();
+    EXPECT_EQ(thrown, 10);
 }
 
 } // namespace
