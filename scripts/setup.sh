@@ -64,10 +64,11 @@ configure() {
 
 # build PRESET [TARGET...]: quiet when there is nothing to do.
 build() {
-    local preset=$1 targets=() log="$root/build/build.log"
+    local preset=$1 targets=() log="$root/build/build.log" plan
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    if ninja -C "$root/build/$preset" -n "$@" 2>/dev/null | grep -qE '\] (Building|Linking)'; then
+    plan=$(ninja -C "$root/build/$preset" -n "$@" 2>/dev/null) || plan="] Building"
+    if grep -qE '\] (Building|Linking)' <<<"$plan"; then
         say "building build/$preset (the first time takes some minutes)"
         log=/dev/stderr
     fi
