@@ -12,6 +12,7 @@ import argparse
 import fcntl
 import hashlib
 import os
+import socket
 import stat
 import subprocess
 import sys
@@ -49,6 +50,11 @@ SETTINGS = {
     "enforce aspect ratio": "0",
     "aspect ratio": "1.0",
 }
+
+
+def refuse(reason):
+    print(reason, file=sys.stderr)
+    sys.exit(3)
 
 
 def is_private_folder(path):
@@ -90,7 +96,7 @@ def socket_path(movie):
         is_usable = made_private(folder) if is_made_by_us else is_private_folder(folder)
         if is_usable and made_private(f"{folder}/oxbow"):
             return path
-    sys.exit("No folder for the socket belongs to this user alone.")
+    refuse("No folder for the socket belongs to this user alone.")
 
 
 def is_still_named(file, path):
@@ -99,6 +105,16 @@ def is_still_named(file, path):
         return os.path.samestat(os.fstat(file.fileno()), os.stat(path))
     except FileNotFoundError:
         return False
+
+
+def is_served(path):
+    """Whether somebody accepts connections there, a parent without a lock file for instance."""
+    with socket.socket(socket.AF_UNIX) as probe:
+        try:
+            probe.connect(path)
+        except OSError:
+            return False
+    return True
 
 
 class Claim:
@@ -113,11 +129,13 @@ class Claim:
             except BlockingIOError:
                 self.file.seek(0)
                 holder = self.file.read().strip()
-                print(f"This movie is being scanned already (process {holder}).", file=sys.stderr)
-                sys.exit(3)
+                refuse(f"This movie is being scanned already (process {holder}).")
             # Its last holder may have taken it away before we had the lock.
             if is_still_named(self.file, self.path):
                 break
+        if is_served(path):
+            self.give_up()
+            refuse("This movie is being scanned already.")
         self.file.truncate(0)
         self.file.write(f"{os.getpid()}\n")
         self.file.flush()

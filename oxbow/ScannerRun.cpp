@@ -57,6 +57,8 @@ public:
             server_->dispatch();
             tick();
         }
+        // Ctrl-C reaches the scanner as well, which may be gone before we have looked.
+        takeSignals();
         takeLastMessages();
         takeOutput();
         outcome_.end = *end;

@@ -15,6 +15,12 @@ constexpr int kMostCorrections = 32;
 /// Around a guess that corrections move no more: two numbers are dropped at once, four at 60.
 constexpr std::int64_t kNeighbourhood = 64;
 
+/// A way along the clock, which begins anew at midnight: forward or back, whichever is shorter.
+std::int64_t shortestWay(std::int64_t way, std::int64_t day) {
+    const std::int64_t forward = (way % day + day) % day;
+    return forward > day / 2 ? forward - day : forward;
+}
+
 } // namespace
 
 TimecodeSearch::TimecodeSearch(const Asset& asset, const FrameClock& clock)
@@ -41,9 +47,9 @@ std::optional<std::int64_t> TimecodeSearch::frameWithTimecode(const std::string&
     const std::int64_t goal = countOf(text);
     std::int64_t guess = 0;
     for (int correction = 0; correction < kMostCorrections; ++correction) {
-        std::int64_t missing = goal - countOf(timecodeOf(guess));
+        std::int64_t missing = shortestWay(goal - countOf(timecodeOf(guess)), day);
         if (guess + missing < 0) {
-            missing += day; // The movie runs past midnight.
+            missing += day;
         }
         guess = std::clamp<std::int64_t>(guess + missing, 0, last);
         if (timecodeOf(guess) == text) {

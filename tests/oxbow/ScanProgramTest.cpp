@@ -1,0 +1,247 @@
+#include "tests/oxbow/OxbowProcess.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+
+namespace fw::test {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+/// oxbow with a scanner that does as it is told; the movie has four frames.
+class ScanProgram : public testing::Test {
+protected:
+    ~ScanProgram() override { EXPECT_TRUE(house_.isCleanedUp()); }
+
+    OxbowHouse house_{OxbowHouse::Scanner::kFake};
+};
+
+TEST_F(ScanProgram, ACleanMovieEndsWithZero) {
+    house_.setScript("frames 0 4\nfinish");
+    const Finished scan = house_.run({"scan", house_.movie()});
+    EXPECT_EQ(scan.status, 0);
+    EXPECT_THAT(scan.output, testing::StartsWith("Frames: 4 reported"));
+    EXPECT_THAT(scan.output, HasSubstr("\nFaults: 0\nVerdict: clean\n"));
+    EXPECT_EQ(scan.error, "") << "nothing but results where there is no terminal";
+}
+
+TEST_F(ScanProgram, FaultsArePrintedAndEndWithOne) {
+    house_.setScript("frames 0 2\n"
+                     "fault 2 Blacks too low - 3 (12, 0.10%)\n"
+                     "fault 1 Flash frame (1 frame)\n"
+                     "frames 3 4\n"
+                     "finish");
+    const Finished scan = house_.run({"scan", house_.movie()});
+    EXPECT_EQ(scan.status, 1);
+    EXPECT_THAT(scan.output,
+                testing::StartsWith("frame 2  00:00:00:2  Blacks too low - 3 (12, 0.10%)\n"
+                                    "frame 1  00:00:00:1  Flash frame (1 frame)\n"
+                                    "Frames: 4 reported"));
+    EXPECT_THAT(scan.output, HasSubstr("Faults: 2 (blacks 1, flash 1)\nVerdict: faults\n"));
+}
+
+TEST_F(ScanProgram, TheScannerGetsItsThirteenArguments) {
+    house_.setScript("finish");
+    house_.run({"scan", house_.movie(), "--start", "1", "--end", "3", "--depth", "10", "--aspect",
+                "16:9", "--no-luma"});
+    EXPECT_THAT(house_.scannerArguments(),
+                testing::ElementsAre(house_.movie(), "1", "3", "0", "0", "64", "940", "10", "1",
+                                     "4", "5", "1", "1.7777777777777777"));
+}
+
+TEST_F(ScanProgram, JsonIsOneDocumentAndNothingElse) {
+    house_.setScript("frames 0 3\nfault 3 Whites too high - 255 (40, 0.10%)\nfinish");
+    const Finished scan = house_.run({"scan", "--json", house_.movie()});
+    EXPECT_EQ(scan.status, 1);
+    const json document = json::parse(scan.output);
+    EXPECT_EQ(document["movie"], house_.movie());
+    EXPECT_EQ(document["complete"], true);
+    EXPECT_EQ(document["verdict"], "faults");
+    EXPECT_EQ(document["frames"]["reported"], 4);
+    EXPECT_EQ(document["faults"], json::parse(R"json([{"kind": "whites", "frame": 3,
+        "timecode": "00:00:00:3", "value": 3000, "timescale": 25000,
+        "message": "Whites too high - 255 (40, 0.10%)"}])json"));
+    EXPECT_TRUE(document["error"].is_null());
+}
+
+TEST_F(ScanProgram, FramesBelowTheStartAreNotCounted) {
+    house_.setScript("frames 0 4\nfinish");
+    const Finished scan = house_.run({"scan", "--json", "--start", "2", house_.movie()});
+    EXPECT_EQ(json::parse(scan.output)["frames"], json::parse(R"({"expected": null,
+        "reported": 2})"));
+    EXPECT_EQ(scan.status, 0);
+}
+
+TEST_F(ScanProgram, AFailureIsIncompleteAndKeepsWhatWasFound) {
+    house_.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nfail The file ends too early.");
+    const Finished text = house_.run({"scan", house_.movie()});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_THAT(text.output, HasSubstr("frame 0  00:00:00:0  Blacks too low"));
+    EXPECT_THAT(text.output, HasSubstr("Verdict: incomplete\nReason: The file ends too early.\n"));
+    const json document = json::parse(house_.run({"scan", "--json", house_.movie()}).output);
+    EXPECT_EQ(document["verdict"], "incomplete");
+    EXPECT_EQ(document["complete"], false);
+    EXPECT_EQ(document["faults"].size(), 1U);
+    EXPECT_EQ(document["error"], json::parse(R"({"domain": "test", "code": 5,
+        "description": "The file ends too early."})"));
+}
+
+TEST_F(ScanProgram, ThousandsOfFaultsAllArrive) {
+    std::string script;
+    for (int i = 0; i < 5000; ++i) {
+        script += "fault " + std::to_string(i) + " Blacks too low - 3 (12, 0.10%)\n";
+    }
+    house_.setScript(script + "finish");
+    const Finished scan = house_.run({"scan", "--json", house_.movie()});
+    const json document = json::parse(scan.output);
+    ASSERT_EQ(document["faults"].size(), 5000U);
+    for (std::size_t i = 0; i < 5000; ++i) {
+        ASSERT_EQ(document["faults"][i]["frame"], i);
+    }
+}
+
+TEST_F(ScanProgram, WhatCannotBeOpenedEndsWithThree) {
+    std::ofstream(house_.file("text.mov")) << "This is not a movie.\n";
+    std::ofstream(house_.file("empty.mov")).flush();
+    for (const std::string& path : {house_.file("missing.mov"), house_.file("text.mov"),
+                                    house_.file("empty.mov"), house_.file("run"), std::string()}) {
+        const Finished scan = house_.run({"scan", path});
+        EXPECT_EQ(scan.status, 3) << path;
+        EXPECT_EQ(scan.output, "") << path;
+        EXPECT_THAT(scan.error, testing::StartsWith("oxbow: " + path + ": ")) << path;
+    }
+    const Finished scan = house_.run({"scan", "--json", house_.file("text.mov")});
+    EXPECT_EQ(scan.status, 3);
+    const json document = json::parse(scan.output);
+    EXPECT_EQ(document["verdict"], "incomplete");
+    EXPECT_FALSE(document["error"]["description"].get<std::string>().empty());
+}
+
+TEST_F(ScanProgram, WrongArgumentsEndWith64AndOneClearSentence) {
+    const std::string movie = house_.movie();
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{},
+          {"scan"},
+          {"scan", movie, "--start", "x"},
+          {"scan", movie, "--start", "-1"},
+          {"scan", movie, "--start", "3", "--end", "2"},
+          {"scan", movie, "--start", "4"},
+          {"scan", movie, "--start", "4611686018427387904"},
+          {"scan", movie, "--end", "01:00:00:00"},
+          {"scan", movie, "--white", "300"},
+          {"scan", movie, "--black", "240"},
+          {"scan", movie, "--json", "--start", "9"}}) {
+        const Finished scan = house_.run(arguments);
+        EXPECT_EQ(scan.status, 64) << testing::PrintToString(arguments);
+        EXPECT_EQ(scan.output, "");
+        EXPECT_THAT(scan.error, testing::StartsWith("oxbow: "));
+    }
+}
+
+TEST_F(ScanProgram, PathsOfEveryKindReachTheScannerAsTheyAre) {
+    for (const std::string name :
+         {"with blank.y4m", "it's \"quoted\".y4m", "@%s%n.y4m", "line\nbreak.y4m", "Füße 日本.y4m",
+          "invalid \xFF\xC3.y4m", "back\\slash.y4m"}) {
+        const std::string path = house_.movieNamed(name);
+        house_.setScript("frames 0 3\nfault 3 Blacks too low - 3 (12, 0.10%)\nfinish");
+        const Finished scan = house_.run({"scan", "--json", path});
+        EXPECT_EQ(scan.status, 1) << name << scan.error;
+        EXPECT_EQ(house_.scannerArguments().at(0), path);
+        const json document = json::parse(scan.output);
+        EXPECT_EQ(document["frames"]["reported"], 4) << name;
+        EXPECT_THAT(document["movie"].get<std::string>(), HasSubstr(".y4m"));
+    }
+}
+
+TEST_F(ScanProgram, ARelativePathNamesTheConnectionAsItWasTyped) {
+    const std::string here = std::filesystem::current_path().string();
+    ASSERT_EQ(::chdir(house_.file("bin").c_str()), 0);
+    house_.setScript("frames 0 4\nfinish");
+    EXPECT_EQ(house_.run({"scan", "../movie.y4m"}).status, 0);
+    EXPECT_EQ(house_.scannerArguments().at(0), "../movie.y4m");
+    ASSERT_EQ(::chdir(here.c_str()), 0);
+}
+
+TEST_F(ScanProgram, TheScannersWordsAreShownOnlyWhenAskedFor) {
+    house_.setScript("say a word\nframes 0 4\nfinish\nsay the last word");
+    EXPECT_EQ(house_.run({"scan", house_.movie()}).error, "");
+    const Finished scan = house_.run({"scan", "--verbose", house_.movie()});
+    EXPECT_EQ(scan.error, "a word\nthe last word\n");
+    EXPECT_EQ(scan.status, 0);
+}
+
+TEST_F(ScanProgram, AFloodOnTheScannersStandardErrorHoldsNobody) {
+    house_.setScript("flood 3000000\nframes 0 4\nflood 3000000\nfinish");
+    const Finished scan = house_.run({"scan", house_.movie()});
+    EXPECT_EQ(scan.status, 0);
+    EXPECT_EQ(scan.error, "");
+}
+
+TEST_F(ScanProgram, AFullDeviceEndsWithFour) {
+    const int full = ::open("/dev/full", O_WRONLY | O_CLOEXEC);
+    for (const char* script :
+         {"frames 0 4\nfinish", "fault 0 Blacks too low - 3 (12, 0.10%)\nframes-for-ever"}) {
+        house_.setScript(script);
+        const Finished scan = house_.start({"scan", house_.movie()}, {full, -1})->wait();
+        EXPECT_EQ(scan.status, 4);
+        EXPECT_THAT(scan.error, HasSubstr("No space left on device"));
+    }
+    house_.setScript("frames 0 4\nfinish");
+    EXPECT_EQ(house_.start({"scan", "--json", house_.movie()}, {full, -1})->wait().status, 4);
+    ::close(full);
+}
+
+TEST_F(ScanProgram, AClosedPipeEndsWithFour) {
+    int ends[2] = {};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    ::close(ends[0]);
+    house_.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nframes-for-ever");
+    const Finished scan = house_.start({"scan", house_.movie()}, {ends[1], -1})->wait();
+    ::close(ends[1]);
+    EXPECT_EQ(scan.status, 4);
+    EXPECT_THAT(scan.error, HasSubstr("Broken pipe"));
+}
+
+TEST_F(ScanProgram, WithoutStandardStreamsItEndsWithFour) {
+    house_.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nfinish");
+    OxbowProcess shell(
+        "/bin/sh", {"-c", "exec \"$0\" scan \"$1\" <&- >&- 2>&-", house_.program(), house_.movie()},
+        house_.file("shell.out"), house_.file("shell.err"), {});
+    EXPECT_EQ(shell.wait().status, 4);
+}
+
+TEST_F(ScanProgram, TwoScansOfOneMovieAtOnceAreOneAndARefusal) {
+    house_.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nsleep");
+    const auto first = house_.start({"scan", house_.movie()});
+    ASSERT_TRUE(comesTrue([&] { return first->output().find("frame 0") != std::string::npos; }));
+    const Finished second = house_.run({"scan", house_.movie()});
+    EXPECT_EQ(second.status, 4);
+    EXPECT_EQ(second.error, "oxbow: This movie is being scanned already (process " +
+                                std::to_string(first->processId()) + ").\n");
+    const Finished third = house_.run({"scan", "--json", house_.movie()});
+    EXPECT_EQ(third.status, 4);
+    EXPECT_THAT(json::parse(third.output)["error"]["description"].get<std::string>(),
+                HasSubstr("This movie is being scanned already"));
+    first->signal(SIGINT);
+    EXPECT_EQ(first->wait().status, 2);
+}
+
+TEST_F(ScanProgram, TwoMoviesAtOnceAreBothScanned) {
+    const std::string other = house_.movieNamed("other.y4m");
+    house_.setScript("frames 0 4\nfinish");
+    const auto first = house_.start({"scan", house_.movie()});
+    const auto second = house_.start({"scan", other});
+    EXPECT_EQ(first->wait().status, 0);
+    EXPECT_EQ(second->wait().status, 0);
+}
+
+} // namespace
+} // namespace fw::test
