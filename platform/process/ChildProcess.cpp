@@ -171,9 +171,9 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildProcessOpti
         ::waitpid(processId, nullptr, 0);
         return reason;
     }
-    std::unique_ptr<ChildProcess> child(
-        new ChildProcess(processId, std::move(processDescriptor), std::move(output.readingEnd),
-                         std::move(error.readingEnd)));
+    std::unique_ptr<ChildProcess> child(new ChildProcess(processId, std::move(processDescriptor),
+                                                         std::move(output.readingEnd),
+                                                         std::move(error.readingEnd)));
     if (isGone) {
         child->end_ = kUnknownEnd;
     }
