@@ -13,7 +13,7 @@ template <std::integral Integer>
 constexpr Integer saturatingCast(double value) {
     using Limits = std::numeric_limits<Integer>;
     // The upper bound is a power of two, which a double holds exactly; max() itself may not fit.
-    constexpr double kUpper = 2.0 * static_cast<double>(Limits::max() / 2 + 1);
+    constexpr double kUpper = 2.0 * static_cast<double>((Limits::max() >> 1) + 1);
     if (value != value) {
         return 0;
     }

@@ -62,17 +62,26 @@ configure() {
     }
 }
 
+# shown_from_first_step PRESET: passes a build's lines on from the first that compiles or links.
+shown_from_first_step() {
+    local line is_shown=no
+    while IFS= read -r line; do
+        if [ $is_shown = no ] && [[ $line == *"] Building"* || $line == *"] Linking"* ]]; then
+            say "building build/$1 (the first time takes some minutes)"
+            is_shown=yes
+        fi
+        [ $is_shown = no ] || printf '%s\n' "$line"
+    done
+}
+
 # build PRESET [TARGET...]: quiet when there is nothing to do.
 build() {
     local preset=$1 targets=() log="$root/build/build.log"
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    if ninja -C "$root/build/$preset" -n "$@" 2>/dev/null | grep -qE '\] (Building|Linking)'; then
-        say "building build/$preset (the first time takes some minutes)"
-        log=/dev/stderr
-    fi
-    (cd "$root" && cmake --build --preset "$preset" "${targets[@]}") >"$log" 2>&1 || {
-        [ "$log" = /dev/stderr ] || cat "$log" >&2
+    (cd "$root" && cmake --build --preset "$preset" "${targets[@]}" 2>&1) | tee "$log" |
+        shown_from_first_step "$preset" >&2 || {
+        grep -qE '\] (Building|Linking)' "$log" || cat "$log" >&2
         die "the build failed"
     }
 }

@@ -215,9 +215,10 @@ std::uint64_t FWTimecode::addDroppedFrames(std::uint64_t frameCount, double fps)
     if (rest <= dropped) {
         return frameCount + static_cast<std::uint64_t>(dropped) * blocks * 9;
     }
-    const auto minutes = static_cast<double>((rest - dropped) / droppedMinute);
+    const std::int64_t minutes = (rest - dropped) / droppedMinute;
     const auto droppedFrames = static_cast<double>(dropped);
-    return saturatingCast<std::uint64_t>(static_cast<double>(frameCount) + minutes * droppedFrames +
+    return saturatingCast<std::uint64_t>(static_cast<double>(frameCount) +
+                                         static_cast<double>(minutes) * droppedFrames +
                                          static_cast<double>(blocks) * droppedFrames * 9);
 }
 

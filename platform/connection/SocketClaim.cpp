@@ -46,7 +46,7 @@ bool preparePrivateFolder(const std::string& path, bool isMadeByUs) {
 std::optional<std::string> preparedSocketPath(const std::vector<RuntimeFolder>& folders,
                                               const std::string& stem) {
     for (const RuntimeFolder& folder : folders) {
-        const std::optional<std::string> path = socketPath(folder, stem);
+        std::optional<std::string> path = socketPath(folder, stem);
         if (path && preparePrivateFolder(folder.path, folder.isMadeByUs) &&
             preparePrivateFolder(socketFolder(folder), true)) {
             return path;

@@ -188,14 +188,13 @@ void copyRow(const AVFrame& frame, const AVPixFmtDescriptor& description, int co
         return;
     }
     const ComponentSource source = sourceOf(frame, description, component);
-    const bool isBigEndian = hasFlag(description, AV_PIX_FMT_FLAG_BE);
-    if (hasFlag(description, AV_PIX_FMT_FLAG_BITSTREAM) || source.depth < 8) {
+    const bool isBitField = hasFlag(description, AV_PIX_FMT_FLAG_BITSTREAM) || source.depth < 8 ||
+                            source.depth + source.shift > 16;
+    if (isBitField) {
         copyBitFields(frame, description, component, y, width, to);
     } else if (source.depth == 8 && source.shift == 0) {
         copyBytes(source, y, width, to);
-    } else if (source.depth + source.shift > 16) {
-        copyBitFields(frame, description, component, y, width, to);
-    } else if (isBigEndian) {
+    } else if (hasFlag(description, AV_PIX_FMT_FLAG_BE)) {
         copyWords<readBigEndian>(source, y, width, to);
     } else {
         copyWords<readLittleEndian>(source, y, width, to);

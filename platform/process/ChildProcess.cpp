@@ -17,10 +17,11 @@ extern "C" {
 #include <sys/pidfd.h>
 }
 
-extern char** environ;
-
 namespace fw {
 namespace {
+
+/// Of a child that nobody can ask about any more.
+constexpr ExitedWithStatus kUnknownEnd{-1};
 
 Error posixError(int number) {
     return {"POSIX", number, std::strerror(number)};
@@ -162,15 +163,21 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildProcessOpti
         return posixError(failure);
     }
     FileDescriptor processDescriptor(::pidfd_open(processId, 0));
-    if (!processDescriptor) {
+    // Whoever ignores SIGCHLD has no children left to ask about: one that ended at once is gone.
+    const bool isGone = !processDescriptor && errno == ESRCH;
+    if (!processDescriptor && !isGone) {
         const Error reason = posixError(errno);
         ::kill(processId, SIGKILL);
         ::waitpid(processId, nullptr, 0);
         return reason;
     }
-    return std::unique_ptr<ChildProcess>(new ChildProcess(processId, std::move(processDescriptor),
-                                                          std::move(output.readingEnd),
-                                                          std::move(error.readingEnd)));
+    std::unique_ptr<ChildProcess> child(new ChildProcess(processId, std::move(processDescriptor),
+                                                         std::move(output.readingEnd),
+                                                         std::move(error.readingEnd)));
+    if (isGone) {
+        child->end_ = kUnknownEnd;
+    }
+    return child;
 }
 
 ChildProcess::ChildProcess(int processId, FileDescriptor processDescriptor, FileDescriptor output,
@@ -207,7 +214,7 @@ std::optional<ChildEnd> ChildProcess::poll() {
     const auto process = static_cast<id_t>(processDescriptor_.get());
     if (::waitid(P_PIDFD, process, &facts, WEXITED | WNOHANG) != 0) {
         if (errno == ECHILD) {
-            end_ = ExitedWithStatus{-1};
+            end_ = kUnknownEnd;
         }
     } else if (facts.si_pid != 0) {
         end_ = endOf(facts);

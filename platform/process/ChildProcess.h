@@ -46,7 +46,7 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
 
     int processId() const { return processId_; }
-    /// Readable once the child has ended.
+    /// Readable once the child has ended; -1 when it had ended before anything could watch it.
     int endDescriptor() const { return processDescriptor_.get(); }
     /// The reading ends of the pipes, not blocking; -1 when there is none or it is closed.
     int outputDescriptor() const { return output_.get(); }

@@ -57,7 +57,8 @@ HistogramSums plainColor(const Bytes& bytes, std::size_t step,
     const auto n = static_cast<float>(bytes.size());
     for (std::size_t o = 0; o < bytes.size(); o += step) {
         const Rgb c = at(bytes, o);
-        sums.buckets[static_cast<std::size_t>(c.r / 64 * 16 + c.g / 64 * 4 + c.b / 64)] += 1;
+        const int bucket = c.r / 64 * 16 + c.g / 64 * 4 + c.b / 64;
+        sums.buckets.at(static_cast<std::size_t>(bucket)) += 1;
         sums.red = sums.red + static_cast<float>(c.r) / n;
         sums.green = sums.green + static_cast<float>(c.g) / n;
         sums.blue = sums.blue + static_cast<float>(c.b) / n;

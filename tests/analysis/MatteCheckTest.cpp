@@ -492,7 +492,7 @@ Messages expectEqualsReference(const BytesBuffer& source, double ratio, bool ten
     reference.bytes.assign(source.base(), source.base() + source.byteCount() + 16);
     log.lines.clear();
     const std::int64_t depth = tenBits ? 10 : 8;
-    const Messages messages = matte::checkAspectRatio(buffer, ratio, depth).value();
+    Messages messages = matte::checkAspectRatio(buffer, ratio, depth).value();
     EXPECT_EQ(messages, reference.check(ratio))
         << source.width() << " x " << source.height() << " at " << ratio;
     EXPECT_EQ(log.lines, reference.log)

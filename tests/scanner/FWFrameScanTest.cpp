@@ -3,8 +3,10 @@
 #include "tests/scanner/ScanMovie.h"
 #include "tests/support/SystemLogCapture.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <limits>
 #include <thread>
 
 namespace fw {
@@ -448,6 +450,35 @@ TEST_F(FWFrameScanTest, WithALengthBelowMinusOneFramesAreReportedAndFlashesAreNo
     scan.setFlashFrameLength(-2);
     scanMovie(movieOf(sceneWithFlashAt(3, 5)), frameRange(0, 5));
     EXPECT_THAT(parent.eventsOf("frame"), ElementsAre("0", "1", "2", "3", "4"));
+}
+
+TEST_F(FWFrameScanTest, TenBitFramesAreComparedByTheirTenBitSamples) {
+    const auto after = frame10(100, 96, 64); // 2048 groups, of which half change.
+    const auto bright = frame10(220, 96, 64);
+    std::copy(bright->row(0), bright->row(32), after->row(0));
+    scan.setShouldCheckFlashFrames(true);
+    scan.setFlashFrameSensitivity(13);
+    scan.setBitDepth(10);
+    scan.setShouldCheckLuma(false);
+    scanMovie(movieOf({frame10(100, 96, 64), frame10(160, 96, 64), after}), frameRange(0, 3));
+    EXPECT_THAT(parent.eventsOf("frame"),
+                ElementsAre("0", "1",
+                            "1 00:00:00:01 1000/25000 [Flash frame (1 frame)] "
+                            "{diff1: 64.000000, diff2: 64.000000, diff3: 32.000000}",
+                            "2"));
+}
+
+TEST_F(FWFrameScanTest, AtDepthsOtherThan8And10FramesAreComparedUnconverted) {
+    // As bytes, the luma codes 128 and 160 of the flash and of half its successor fall together.
+    scan.setShouldCheckFlashFrames(true);
+    scan.setFlashFrameSensitivity(13);
+    scan.setBitDepth(12);
+    scanMovie(movieOf(sceneWithFlashAt(1, 3)), frameRange(0, 3));
+    EXPECT_THAT(parent.eventsOf("frame"),
+                ElementsAre("0", "1",
+                            "1 00:00:00:01 1000/25000 [Flash frame (1 frame)] "
+                            "{diff1: 32.000000, diff2: 64.000000, diff3: 32.000000}",
+                            "2"));
 }
 
 TEST_F(FWFrameScanTest, FlashesOfTheLastFramesAreNotSentToTheParent) {

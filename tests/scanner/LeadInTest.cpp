@@ -34,16 +34,17 @@ TEST(LeadInTest, IsMadeOnTheTimescaleOfTheDuration) {
     // The start keeps what the common timescale gives.
     const MediaTimeRange mixed =
         rangeWithLeadIn({MediaTime::make(10000, 25000), MediaTime::make(20, 10)}, 4, 25);
-    EXPECT_EQ(mixed.start, MediaTime::make(2, 10) - MediaTime::make(0, 10));
+    EXPECT_EQ(mixed.start, MediaTime::make(2, 10));
     expectTime(mixed.duration, 22, 10);
 }
 
 TEST(LeadInTest, AtRatesThatAreNotWholeItIsTheNearestTick) {
     const float rate = nominalFrameRate({30000, 1001});
-    const MediaTimeRange range = rangeWithLeadIn(
-        {MediaTime::make(1001 * 100, 30000), MediaTime::make(1001 * 10, 30000)}, 4, rate);
-    expectTime(range.start, 1001 * 96, 30000);
-    expectTime(range.duration, 1001 * 14, 30000);
+    const MediaTimeRange range = rangeWithLeadIn({MediaTime::make(std::int64_t{1001} * 100, 30000),
+                                                  MediaTime::make(std::int64_t{1001} * 10, 30000)},
+                                                 4, rate);
+    expectTime(range.start, std::int64_t{1001} * 96, 30000);
+    expectTime(range.duration, std::int64_t{1001} * 14, 30000);
 }
 
 TEST(LeadInTest, AtTheStartOfTheMovieItBeginsBelowZero) {

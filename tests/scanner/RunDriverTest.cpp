@@ -17,7 +17,6 @@ namespace fw {
 namespace {
 
 using test::cleanMovie;
-using test::frame10;
 using test::frame8;
 using test::movieOf;
 using test::ParentRecord;
@@ -225,8 +224,8 @@ private:
 TEST_F(RunDriverTest, AMovieMustBePlayableAndThenReadable) {
     const auto questionsOf = [this](bool playable, bool readable, int status) {
         const auto asset = std::make_shared<QuestionedAsset>(playable, readable);
-        services.openAsset = [asset](const std::string&) {
-            return asset;
+        services.openAsset = [&asset](const std::string&) {
+            return std::shared_ptr<const Asset>(asset);
         };
         EXPECT_EQ(run(fullArguments()), status);
         EXPECT_EQ(output, status == 1 ? kNoMovie : "");
