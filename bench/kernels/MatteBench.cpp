@@ -1,5 +1,5 @@
-// The check of black mattes: letterbox (2.39) and pillarbox (4:3) in a frame of 16:9, each on
-// pictures whose first bars are looked through and on a black frame, which takes the most work.
+// The check of black mattes in a frame of 16:9: letterbox (2.39) on matted pictures, pillarbox
+// (4:3) on pictures without bars, and both on a black frame, which takes the most work.
 #include "analysis/MatteCheck.h"
 #include "bench/kernels/Correctness.h"
 #include "bench/kernels/PlainMatteCheck.h"
@@ -35,7 +35,7 @@ void timeCheck(benchmark::State& state, const FrameKind& kind, double aspectRati
     }
 }
 
-/// A row of black over the rows that a letterbox leaves free.
+/// Black over the rows that a letterbox leaves free.
 void letterbox(MemoryPixelBuffer& frame, const MemoryPixelBuffer& black) {
     const double spareRows =
         static_cast<double>(frame.height()) - static_cast<double>(frame.width()) / kLetterbox;
