@@ -3,6 +3,7 @@
 #include "media/FWAVFoundation.h"
 #include "media/MediaError.h"
 #include "platform/libav/Container.h"
+#include "platform/libav/ContainerSource.h"
 #include "platform/libav/LibavReader.h"
 #include "platform/libav/MovieEnd.h"
 #include "platform/libav/TrackDescription.h"
@@ -27,8 +28,11 @@ struct Description {
 
 class LibavAsset final : public Asset {
 public:
-    LibavAsset(std::string path, LibavOptions options, Description description)
-        : path_(std::move(path)), options_(options), description_(std::move(description)) {}
+    /// `source` may be null when the description says that the movie is not readable.
+    LibavAsset(std::string path, LibavOptions options, Description description,
+               std::shared_ptr<ContainerSource> source)
+        : path_(std::move(path)), options_(options), description_(std::move(description)),
+          source_(std::move(source)) {}
 
     std::optional<AssetUrl> url() const override { return AssetUrl{"file", path_}; }
     bool isPlayable() const override { return description_.isPlayable; }
@@ -41,7 +45,7 @@ public:
             return *description_.error;
         }
         return std::unique_ptr<AssetReader>(std::make_unique<LibavReader>(
-            path_, options_.decodeThreads, description_.duration, description_.timecodeTracks));
+            source_, options_.decodeThreads, description_.duration, description_.timecodeTracks));
     }
 
     void setDuration(const MediaTime& duration) { description_.duration = duration; }
@@ -50,6 +54,7 @@ private:
     std::string path_;
     LibavOptions options_;
     Description description_;
+    std::shared_ptr<ContainerSource> source_;
 };
 
 bool hasDecoder(const AVStream& stream) {
@@ -119,16 +124,18 @@ MediaTime roundedUp(const MediaTime& end, std::int32_t timescale) {
 
 std::shared_ptr<const Asset> openLibavAsset(const std::string& path, const LibavOptions& options) {
     auto format = libav::openContainer(path);
+    libav::Description description;
     if (!format) {
-        libav::Description description;
         description.error = format.error();
-        return std::make_shared<libav::LibavAsset>(path, options, std::move(description));
+        return std::make_shared<libav::LibavAsset>(path, options, std::move(description), nullptr);
     }
-    auto asset =
-        std::make_shared<libav::LibavAsset>(path, options, libav::describe(path, *format.value()));
-    const MediaTime frameLength = FWAVFoundation::frameLengthForAsset(*asset);
+    description = libav::describe(path, *format.value());
+    const MediaTime end = libav::movieEnd(path, *format.value());
+    auto source = std::make_shared<libav::ContainerSource>(path, std::move(format).value());
+    const auto asset = std::make_shared<libav::LibavAsset>(path, options, std::move(description),
+                                                           std::move(source));
     asset->setDuration(
-        libav::roundedUp(libav::movieEnd(path, *format.value()), frameLength.timescale));
+        libav::roundedUp(end, FWAVFoundation::frameLengthForAsset(*asset).timescale));
     return asset;
 }
 

@@ -4,13 +4,15 @@
 #include "media/MediaError.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace fw::libav {
 
-LibavReader::LibavReader(std::string path, int decodeThreads, const MediaTime& movieEnd,
+LibavReader::LibavReader(std::shared_ptr<ContainerSource> source, int decodeThreads,
+                         const MediaTime& movieEnd,
                          std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks)
-    : path_(std::move(path)), decodeThreads_(decodeThreads), movieEnd_(movieEnd),
+    : source_(std::move(source)), decodeThreads_(decodeThreads), movieEnd_(movieEnd),
       timecodeTracks_(std::move(timecodeTracks)) {}
 
 void LibavReader::setTimeRange(const MediaTimeRange& range) {
@@ -67,7 +69,7 @@ bool LibavReader::startVideo(const VideoFrames& settings) {
 
 bool LibavReader::openDecoder() {
     met_.reset();
-    auto opened = PictureDecoder::open(path_, track_->id, decodeThreads_);
+    auto opened = PictureDecoder::open(*source_, track_->id, decodeThreads_);
     if (!opened) {
         return fail(opened.error());
     }

@@ -7,7 +7,6 @@
 
 #include <memory>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace fw::libav {
@@ -15,7 +14,8 @@ namespace fw::libav {
 /// Reads decoded frames of a video track, or the stored samples of a timecode track.
 class LibavReader final : public AssetReader {
 public:
-    LibavReader(std::string path, int decodeThreads, const MediaTime& movieEnd,
+    LibavReader(std::shared_ptr<ContainerSource> source, int decodeThreads,
+                const MediaTime& movieEnd,
                 std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks);
 
     void setTimeRange(const MediaTimeRange& range) override;
@@ -37,7 +37,7 @@ private:
     bool fail(const Error& error);
     void end();
 
-    std::string path_;
+    std::shared_ptr<ContainerSource> source_;
     int decodeThreads_;
     MediaTime movieEnd_;
     std::shared_ptr<const std::vector<TimecodeTrack>> timecodeTracks_;

@@ -2,13 +2,13 @@
 
 #include "base/numbers.h"
 #include "media/MediaError.h"
-#include "platform/libav/Container.h"
 #include "platform/libav/LibavError.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <limits>
+#include <string>
 
 namespace fw::libav {
 namespace {
@@ -32,9 +32,9 @@ bool isDamaged(const AVFrame& frame) {
 
 } // namespace
 
-Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(const std::string& path,
+Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& source,
                                                              int streamIndex, int threads) {
-    auto opened = openContainer(path);
+    auto opened = source.take();
     if (!opened) {
         return opened.error();
     }

@@ -3,13 +3,13 @@
 #include "base/Error.h"
 #include "base/Result.h"
 #include "media/MediaTime.h"
+#include "platform/libav/ContainerSource.h"
 #include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
 #include "platform/libav/StreamTiming.h"
 
 #include <memory>
 #include <optional>
-#include <string>
 
 namespace fw::libav {
 
@@ -17,7 +17,7 @@ namespace fw::libav {
 /// at damage: it notes the first error and goes on with what still decodes.
 class PictureDecoder {
 public:
-    static Result<std::unique_ptr<PictureDecoder>> open(const std::string& path, int streamIndex,
+    static Result<std::unique_ptr<PictureDecoder>> open(ContainerSource& source, int streamIndex,
                                                         int threads);
 
     struct Frame {

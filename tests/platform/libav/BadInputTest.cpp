@@ -284,10 +284,11 @@ TEST_F(BadInput, isNeverAPathWithUnusualCharacters) {
     }
 }
 
-TEST_F(BadInput, goneBetweenOpeningAndReadingFailsTheReader) {
+TEST_F(BadInput, goneAfterOpeningIsReadByTheFirstReaderAndFailsTheNext) {
     makeNumberedMovie(path("a.mp4"), 3, "25:1", {"-c:v", "libx264"});
     const auto asset = openLibavAsset(path("a.mp4"));
     std::filesystem::remove(path("a.mp4"));
+    EXPECT_EQ(readMovie(*asset, PixelLayout::k2vuy).frames.size(), 3U);
     expectFailure(readMovie(*asset, PixelLayout::k2vuy), MediaErrorCode::kCannotOpen);
 }
 
