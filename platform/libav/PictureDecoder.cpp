@@ -77,6 +77,7 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     const int result = av_seek_frame(format_.get(), stream_->index, timing_.timestampAt(time),
                                      AVSEEK_FLAG_BACKWARD);
     avcodec_flush_buffers(codec_.get());
+    av_packet_unref(packet_.get());
     firstError_.reset();
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
@@ -93,6 +94,9 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
     int errorsInARow = 0;
     while (!hasEnded_) {
         const int result = avcodec_receive_frame(codec_.get(), frame_.get());
+        if (result == 0 && isRepeated(*frame_)) {
+            continue;
+        }
         if (result == 0) {
             return taken();
         }
@@ -117,36 +121,40 @@ bool PictureDecoder::feed() {
     if (isDraining_) {
         return false;
     }
-    for (int errors = 0; errors <= kMostErrorsInARow; ++errors) {
-        const int read = av_read_frame(format_.get(), packet_.get());
-        if (read < 0) {
-            if (read == AVERROR_INVALIDDATA) {
-                note(mediaError(MediaErrorCode::kDamagedContainer,
-                                "The movie's data is damaged (" + libavText(read) + ")."));
-                continue; // Demuxers find their way back behind the damage.
-            }
-            drain(read);
-            return true;
-        }
-        if (packet_->stream_index != stream_->index) {
-            av_packet_unref(packet_.get());
-            errors = -1;
-            continue;
-        }
-        if ((packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) {
-            note(mediaError(MediaErrorCode::kDamagedContainer,
-                            "The container marks its data as corrupt."));
-        }
-        if (watch_.changesAt(*packet_)) {
-            hasHeldPacket_ = true;
-            avcodec_send_packet(codec_.get(), nullptr);
-        } else {
-            send();
-        }
+    if (const int read = readPacket(); read < 0) {
+        drain(read);
         return true;
     }
-    drain(AVERROR_INVALIDDATA);
+    if ((packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) {
+        note(mediaError(MediaErrorCode::kDamagedContainer,
+                        "The container marks its data as corrupt."));
+    }
+    if (watch_.changesAt(*packet_)) {
+        hasHeldPacket_ = true;
+        avcodec_send_packet(codec_.get(), nullptr);
+    } else {
+        send();
+    }
     return true;
+}
+
+/// The stream's next packet; a code below 0 when there is none. Demuxers find their way back behind
+/// most damage.
+int PictureDecoder::readPacket() {
+    int errorsInARow = 0;
+    for (;;) {
+        const int result = av_read_frame(format_.get(), packet_.get());
+        if (result == AVERROR_INVALIDDATA && ++errorsInARow <= kMostErrorsInARow) {
+            note(mediaError(MediaErrorCode::kDamagedContainer,
+                            "The movie's data is damaged (" + libavText(result) + ")."));
+            continue;
+        }
+        if (result < 0 || packet_->stream_index == stream_->index) {
+            return result;
+        }
+        av_packet_unref(packet_.get());
+        errorsInARow = 0;
+    }
 }
 
 void PictureDecoder::send() {
@@ -201,6 +209,12 @@ bool PictureDecoder::jumpOverDamage() {
     avcodec_flush_buffers(codec_.get());
     isDraining_ = false;
     return true;
+}
+
+/// Whether a jump has come out before what was already read.
+bool PictureDecoder::isRepeated(const AVFrame& frame) const {
+    const auto timestamp = timestampOf(frame);
+    return jumpFrames_ > 1 && timestamp && lastTimestamp_ && *timestamp <= *lastTimestamp_;
 }
 
 /// Movies that were cut off end like whole ones: only their own word tells them apart.

@@ -41,11 +41,13 @@ private:
     PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream);
 
     bool feed();
+    int readPacket();
     void send();
     void resume();
     void drain(int readResult);
     double missingSeconds() const;
     bool jumpOverDamage();
+    bool isRepeated(const AVFrame& frame) const;
     void noteEnd();
     void note(const Error& error);
     void noteDamage(int code);
