@@ -1,6 +1,7 @@
 #include "oxbow/TimecodeSearch.h"
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "media/FWAVFoundation.h"
 #include "timecode/FWTimecode.h"
 
@@ -19,6 +20,17 @@ constexpr std::int64_t kNeighbourhood = 64;
 std::int64_t shortestWay(std::int64_t way, std::int64_t day) {
     const std::int64_t forward = (way % day + day) % day;
     return forward > day / 2 ? forward - day : forward;
+}
+
+/// Whether two texts have the same numbers: either separator stands for the other, so that nobody
+/// has to quote a ";" for the shell.
+bool isSameTimecode(const std::string& a, const std::string& b) {
+    const auto fieldsOfA = splitAtAnyOf(a, ":;");
+    const auto fieldsOfB = splitAtAnyOf(b, ":;");
+    return std::equal(fieldsOfA.begin(), fieldsOfA.end(), fieldsOfB.begin(), fieldsOfB.end(),
+                      [](std::string_view fieldOfA, std::string_view fieldOfB) {
+                          return leadingInteger(fieldOfA) == leadingInteger(fieldOfB);
+                      });
 }
 
 } // namespace
@@ -52,13 +64,13 @@ std::optional<std::int64_t> TimecodeSearch::frameWithTimecode(const std::string&
             missing += day;
         }
         guess = std::clamp<std::int64_t>(guess + missing, 0, last);
-        if (timecodeOf(guess) == text) {
+        if (isSameTimecode(timecodeOf(guess), text)) {
             return guess;
         }
     }
     for (std::int64_t distance = 1; distance <= kNeighbourhood; ++distance) {
         for (const std::int64_t frame : {guess - distance, guess + distance}) {
-            if (frame >= 0 && frame <= last && timecodeOf(frame) == text) {
+            if (frame >= 0 && frame <= last && isSameTimecode(timecodeOf(frame), text)) {
                 return frame;
             }
         }

@@ -16,7 +16,8 @@ public:
     /// Both must outlive the search.
     TimecodeSearch(const Asset& asset, const FrameClock& clock);
 
-    /// The frame whose timecode is exactly this text; the movie's end counts as a frame.
+    /// The frame whose timecode has these numbers, whatever separates them; the movie's end counts
+    /// as a frame.
     std::optional<std::int64_t> frameWithTimecode(const std::string& text) const;
     std::string firstTimecode() const { return timecodeOf(0); }
     std::string lastTimecode() const;

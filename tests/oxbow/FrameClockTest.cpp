@@ -104,10 +104,11 @@ TEST(FrameClock, AnAbsurdRateOrNumberDoesNotOverflow) {
         const auto asset = movie(rate.numerator, rate.denominator);
         const FrameClock clock(*asset);
         constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-        EXPECT_LE(clock.startArgument(kMost), std::numeric_limits<std::int32_t>::max());
-        EXPECT_LE(clock.endArgument(kMost), std::numeric_limits<std::int32_t>::max());
-        EXPECT_LE(clock.firstFrameFrom(kMost, 1), std::numeric_limits<std::int32_t>::max());
-        EXPECT_GE(clock.firstFrameFrom(kMost, 1), 0);
+        constexpr std::int64_t kMostFrames = std::numeric_limits<std::int32_t>::max();
+        EXPECT_EQ(clock.startArgument(kMost), clock.startArgument(kMostFrames));
+        EXPECT_EQ(clock.endArgument(kMost), clock.endArgument(kMostFrames));
+        EXPECT_GT(clock.startArgument(kMost), 0);
+        EXPECT_EQ(clock.firstFrameFrom(kMost, 1), kMostFrames);
     }
 }
 

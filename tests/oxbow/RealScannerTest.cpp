@@ -11,6 +11,10 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numeric>
+#include <tuple>
 
 namespace fw::test {
 namespace {
@@ -94,6 +98,84 @@ TEST_F(RealScanner, SecondsAndTimecodesSelectTheirFrames) {
               (std::vector<int>{10, 49}));
     EXPECT_EQ(framesWithFaults({"scan", "--json", movie, "--start", "00:00:02:00"}),
               (std::vector<int>{50, 51}));
+}
+
+/// Whatever the real decoder does with a bad movie, the verdict tells it and nothing found is lost.
+class RealScannerOnBadMovies : public RealScanner {
+protected:
+    json scanned(const std::string& movie, int status,
+                 const std::vector<std::string>& options = {}) {
+        std::vector<std::string> arguments = {"scan", "--json", movie};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const Finished scan = house_.run(arguments);
+        EXPECT_EQ(scan.status, status) << scan.error << scan.output;
+        return json::parse(scan.output);
+    }
+    /// 100 frames, all of them too black in a spot.
+    std::string codedMovie(const std::string& name, const std::vector<std::string>& codec) {
+        std::vector<int> all(100);
+        std::iota(all.begin(), all.end(), 0);
+        std::vector<std::string> arguments = {"-i", movieWithBlackSpots("25:1", 100, all)};
+        arguments.insert(arguments.end(), codec.begin(), codec.end());
+        arguments.push_back(house_.file(name));
+        runFfmpeg(arguments);
+        return house_.file(name);
+    }
+    static std::string bytesOf(const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    std::string write(const std::string& name, const std::string& bytes) {
+        std::ofstream(house_.file(name), std::ios::binary) << bytes;
+        return house_.file(name);
+    }
+};
+
+TEST_F(RealScannerOnBadMovies, ACutMovieIsIncompleteAndKeepsItsFaults) {
+    const std::string whole =
+        bytesOf(codedMovie("whole.mov", {"-c:v", "ffv1", "-movflags", "+faststart"}));
+    const json document = scanned(write("cut.mov", whole.substr(0, whole.size() / 2)), 2);
+    EXPECT_EQ(document["verdict"], "incomplete");
+    EXPECT_EQ(document["complete"], false);
+    EXPECT_EQ(document["frames"]["expected"], 100);
+    EXPECT_GT(document["frames"]["reported"], 20);
+    // One of every frame, and what the half frame at the end shows besides.
+    EXPECT_GE(document["faults"].size(), document["frames"]["reported"]);
+    EXPECT_FALSE(document["error"].is_null());
+}
+
+TEST_F(RealScannerOnBadMovies, DamagedPictureDataIsIncomplete) {
+    std::string bytes = bytesOf(codedMovie("whole.avi", {"-c:v", "ffv1"}));
+    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), 20, '\x5A');
+    const json document = scanned(write("damaged.avi", bytes), 2);
+    EXPECT_EQ(document["verdict"], "incomplete");
+    EXPECT_GT(document["frames"]["reported"], 90);
+    EXPECT_FALSE(document["error"].is_null());
+}
+
+TEST_F(RealScannerOnBadMovies, AMovieWithSoundOnlyIsCleanAndHasNoFrames) {
+    runFfmpeg({"-f", "lavfi", "-i", "sine=d=1", "-c:a", "pcm_s16le", house_.file("sound.mov")});
+    const json document = scanned(house_.file("sound.mov"), 0);
+    EXPECT_EQ(document["complete"], true);
+    EXPECT_EQ(document["frames"]["reported"], 0);
+}
+
+TEST_F(RealScannerOnBadMovies, TheSmallestAndShortestMoviesAreScanned) {
+    for (const auto& [width, height, frames] :
+         {std::tuple{1, 1, 1}, std::tuple{16, 16, 1}, std::tuple{16, 16, 0}}) {
+        writeY4m(house_.file("small.y4m"), width, height, frames, "25:1", [](int, TestPicture&) {});
+        for (const char* depth : {"8", "10"}) {
+            const json document =
+                scanned(house_.file("small.y4m"), 0, {"--depth", depth, "--aspect", "2.39"});
+            EXPECT_EQ(document["frames"]["reported"], frames);
+            EXPECT_EQ(document["complete"], true);
+        }
+    }
+}
+
+TEST_F(RealScannerOnBadMovies, AFlashLengthBeyondEveryMovieIsScanned) {
+    const json document = scanned(house_.movie(), 0, {"--flash-length", "4611686018427387904"});
+    EXPECT_EQ(document["frames"]["reported"], 4);
 }
 
 TEST_F(RealScanner, APathThatIsNotUtf8IsScanned) {

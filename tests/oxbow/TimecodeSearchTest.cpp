@@ -79,10 +79,24 @@ TEST(TimecodeSearch, WhatIsNotPrintedIsNotFound) {
     const auto asset = assetOf({25, 1, 25, false, 90000, 60});
     const FrameClock clock(*asset);
     const TimecodeSearch search(*asset, clock);
-    for (const char* text : {"00:59:59:24", "01:01:00:01", "01:00:00:25", "1:00:00:00",
-                             "01:00:00;00", "01:00:61:00", "25:00:00:00", "99:99:99:99"}) {
+    for (const char* text : {"00:59:59:24", "01:01:00:01", "01:00:00:25", "01:00:61:00",
+                             "25:00:00:00", "99:99:99:99"}) {
         EXPECT_EQ(search.frameWithTimecode(text), std::nullopt) << text;
     }
+}
+
+TEST(TimecodeSearch, EitherSeparatorAndFewerZerosNameTheSameFrame) {
+    const auto whole = assetOf({25, 1, 25, false, 90000, 60});
+    const FrameClock wholeClock(*whole);
+    const TimecodeSearch search(*whole, wholeClock);
+    EXPECT_EQ(search.frameWithTimecode("01:00:10;05"), 255);
+    EXPECT_EQ(search.frameWithTimecode("1:0:10:5"), 255);
+    const auto dropFrame = assetOf({30000, 1001, 30, true, 0, 600});
+    const FrameClock dropFrameClock(*dropFrame);
+    const TimecodeSearch dropFrameSearch(*dropFrame, dropFrameClock);
+    EXPECT_EQ(dropFrameSearch.frameWithTimecode("00:01:00;02"), 1800);
+    EXPECT_EQ(dropFrameSearch.frameWithTimecode("00:01:00:02"), 1800);
+    EXPECT_EQ(dropFrameSearch.frameWithTimecode("00:01:00:00"), std::nullopt) << "dropped";
 }
 
 TEST(TimecodeSearch, ADroppedNumberIsNotFound) {

@@ -134,5 +134,28 @@ TEST_F(ScannerProgramTest, TellsItsParentEveryFrameOfAMovie) {
     EXPECT_THAT(events[7], testing::EndsWith("[Blacks too low - 4 (3072, 50.00%)]"));
 }
 
+TEST_F(ScannerProgramTest, EndsWithZeroSoonAfterItsParentHasGone) {
+    // Far more frames than are sent before the parent goes.
+    const std::string source = folder.file("long.y4m");
+    test::writeY4m(source, 16, 16, 20000, "25:1", [](int, test::TestPicture&) {});
+    movie = source;
+    int frames = 0;
+    ParentOperations operations;
+    operations.frameProcessed = [&](const FrameReport&) {
+        ++frames;
+    };
+    auto server = ParentServer::publish(connectionNameForMovie(movie), operations);
+    ASSERT_TRUE(server);
+    const auto child = start(fullArguments());
+    while (frames == 0) {
+        pollfd ready{server.value()->pollDescriptor(), POLLIN, 0};
+        ASSERT_GT(::poll(&ready, 1, 60000), 0);
+        server.value()->dispatch();
+    }
+    ASSERT_FALSE(child->poll().has_value());
+    std::move(server).value().reset();
+    EXPECT_EQ(child->wait(kLong), ChildEnd(ExitedWithStatus{0}));
+}
+
 } // namespace
 } // namespace fw

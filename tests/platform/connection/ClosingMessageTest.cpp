@@ -24,6 +24,11 @@ protected:
     test::Received received_;
 };
 
+TEST(ParentConnectionLimits, OutlastAParentThatStallsForTenSeconds) {
+    EXPECT_EQ(ParentConnectionOptions{}.closingLimit, std::chrono::seconds(30));
+    EXPECT_EQ(ParentConnectionOptions{}.introspectionLimit, std::chrono::seconds(5));
+}
+
 TEST_F(ClosingMessage, HasBeenHandledByTheParentWhenItReturns) {
     options_.closingLimit = std::chrono::seconds(30);
     std::atomic<int> handled = 0;
