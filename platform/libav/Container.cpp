@@ -1,18 +1,17 @@
 #include "platform/libav/Container.h"
 
 #include "media/MediaError.h"
+#include "platform/libav/DamageWatch.h"
 #include "platform/libav/LibavError.h"
 
 extern "C" {
 #include <libavutil/avstring.h>
 #include <libavutil/dict.h>
-#include <libavutil/log.h>
 }
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <mutex>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -22,12 +21,6 @@ namespace {
 
 constexpr const char* kContainers = "mov,matroska,mxf,mpegts,mpeg,avi,dv,ogg,flv,yuv4mpegpipe,"
                                     "wav,aiff,flac,mp3,caf";
-
-/// libav prints to standard error on its own; what matters is returned as errors instead.
-void silenceLibrary() {
-    static std::once_flag once;
-    std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
-}
 
 /// Says in the system's words why a file cannot be read; nothing when it can.
 std::optional<Error> whyNotReadable(const std::string& path) {
@@ -53,7 +46,7 @@ std::optional<Error> whyNotReadable(const std::string& path) {
 } // namespace
 
 Result<FormatHandle> openContainer(const std::string& path) {
-    silenceLibrary();
+    DamageWatch::installLogReceiver();
     if (auto reason = whyNotReadable(path)) {
         return *reason;
     }

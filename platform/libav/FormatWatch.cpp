@@ -29,7 +29,9 @@ bool FormatWatch::changesAt(const AVPacket& packet) {
     }
     const bool isFirst = shape_ == Shape{};
     shape_ = shape;
-    return hasNewHeader || !isFirst;
+    // Only a key frame can stand without the frames before it; AV1 also changes size in between.
+    const bool isKey = (packet.flags & AV_PKT_FLAG_KEY) != 0;
+    return hasNewHeader || (!isFirst && isKey);
 }
 
 } // namespace fw::libav

@@ -114,6 +114,9 @@ Description describe(const std::string& path, const AVFormatContext& format) {
 /// Up to a whole tick of one frame's timescale, so that the end of the movie and the ends that
 /// frame numbers give lie on one timescale.
 MediaTime roundedUp(const MediaTime& end, std::int32_t timescale) {
+    if (timescale <= 0) {
+        return end; // The rate is not known.
+    }
     const MediaTime nearest = end.convertedTo(timescale);
     const MediaTime ticks = MediaTime::make(nearest.value, nearest.timescale);
     return ticks < end ? ticks + MediaTime::make(1, timescale) : ticks;

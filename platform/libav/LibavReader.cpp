@@ -85,7 +85,7 @@ bool LibavReader::moveToStart() {
         return true;
     }
     for (std::int64_t back = 0; back <= 1 << 20; back = back == 0 ? 1 : back * 2) {
-        const MediaTime target = start_ - MediaTime::make(back, 1);
+        const MediaTime target = start_ - MediaTime::make(back + decoder_->seekMargin(), 1);
         if (!(target > MediaTime::zero()) || !decoder_->seekTo(target)) {
             break;
         }

@@ -4,6 +4,7 @@
 #include "platform/libav/StreamTiming.h"
 
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -23,42 +24,103 @@ bool isGuess(const AVFormatContext& format) {
     return format.duration_estimation_method == AVFMT_DURATION_FROM_BITRATE;
 }
 
-/// Reads every packet's time. Exact, and as long as reading the file takes.
-MediaTime measuredEnd(const std::string& path) {
-    MediaTime end = MediaTime::zero();
-    auto opened = openContainer(path);
-    if (!opened) {
-        return end;
+/// What the packets of one stream say about its end.
+class StreamEnd {
+public:
+    StreamEnd(const AVFormatContext& format, const AVStream& stream)
+        : timing_(format, stream),
+          reorderedTicks_(std::max(stream.codecpar->video_delay, 0) * timing_.frameTicks()) {}
+
+    void take(const AVPacket& packet) {
+        const std::int64_t length = std::max(packet.duration, timing_.frameTicks());
+        bound_ += length;
+        if (packet.pts == AV_NOPTS_VALUE) {
+            areAllTimed_ = false;
+            return;
+        }
+        latest_ = std::max(latest_.value_or(packet.pts), packet.pts + length);
+        // Every packet from here on lies at most its own length further on; and a frame that was
+        // coded earlier may be shown later.
+        const std::int64_t bound = packet.pts + length + reorderedTicks_;
+        bound_ = hasBound_ ? std::min(bound_, bound) : bound;
+        hasBound_ = true;
     }
-    const FormatHandle& format = opened.value();
-    std::vector<StreamTiming> timings;
-    for (const AVStream* stream : streamsOf(*format)) {
-        timings.emplace_back(*format, *stream);
+
+    /// Exact when every packet has a time; else not before the end of the last frame, and at most
+    /// the decoder's delay after it. Program streams stamp only the first frame that begins in a
+    /// packet of theirs, however many follow in it.
+    std::optional<MediaTime> end() const {
+        if (!latest_) {
+            return std::nullopt;
+        }
+        return timing_.timeAt(areAllTimed_ ? *latest_ : std::max(*latest_, bound_));
+    }
+
+private:
+    StreamTiming timing_;
+    std::int64_t reorderedTicks_;
+    std::optional<std::int64_t> latest_;
+    std::int64_t bound_ = 0;
+    bool hasBound_ = false;
+    bool areAllTimed_ = true;
+};
+
+/// The end of the last frame from here to the end of the file.
+MediaTime packetsEnd(AVFormatContext& format) {
+    std::vector<StreamEnd> ends;
+    for (const AVStream* stream : streamsOf(format)) {
+        ends.emplace_back(format, *stream);
     }
     const PacketHandle packet = makePacket();
-    while (av_read_frame(format.get(), packet.get()) >= 0) {
+    while (av_read_frame(&format, packet.get()) >= 0) {
         const auto index = static_cast<std::size_t>(packet->stream_index);
-        if (index < timings.size() && packet->pts != AV_NOPTS_VALUE &&
-            counts(*format->streams[index])) {
-            const std::int64_t length =
-                packet->duration > 0 ? packet->duration : timings[index].frameTicks();
-            end = std::max(end, timings[index].timeAt(packet->pts + length));
+        if (index < ends.size() && counts(*format.streams[index])) {
+            ends[index].take(*packet);
         }
         av_packet_unref(packet.get());
+    }
+    MediaTime end = MediaTime::zero();
+    for (const StreamEnd& stream : ends) {
+        end = std::max(end, stream.end().value_or(end));
     }
     return end;
 }
 
-/// Program streams are measured at their last timestamp; the frames after it, which a decoder
-/// gives out late, carry none.
-MediaTime untimedTail(const AVFormatContext& format, const AVStream& stream) {
-    if (!isContainer(format, "mpeg") || !isMovingPicture(stream)) {
+/// Reads the file through, which is exact and takes as long as reading it takes.
+MediaTime measuredEnd(const std::string& path) {
+    const auto opened = openContainer(path);
+    return opened ? packetsEnd(*opened.value()) : MediaTime::zero();
+}
+
+/// Reads the last megabytes only.
+MediaTime measuredEndOfTail(const std::string& path) {
+    constexpr std::int64_t kTailBytes = 4 << 20;
+    const auto opened = openContainer(path);
+    if (!opened) {
         return MediaTime::zero();
     }
-    const std::int64_t frames = 1 + std::max(stream.codecpar->video_delay, 0);
-    return MediaTime::make(frames * StreamTiming(format, stream).frameTicks() *
-                               stream.time_base.num,
-                           stream.time_base.den);
+    AVFormatContext& format = *opened.value();
+    const std::int64_t size = avio_size(format.pb);
+    if (size > kTailBytes && av_seek_frame(&format, -1, size - kTailBytes, AVSEEK_FLAG_BYTE) < 0) {
+        return MediaTime::zero();
+    }
+    return packetsEnd(format);
+}
+
+/// Where an edit list shows parts of the media again the stream lasts longer than its media; the
+/// index has an entry for every frame that is shown.
+MediaTime endOfIndex(const AVFormatContext& format, const AVStream& stream) {
+    if (!isContainer(format, "mov")) {
+        return MediaTime::zero();
+    }
+    const StreamTiming timing(format, stream);
+    for (int i = avformat_index_get_entries_count(&stream) - 1; i >= 0; --i) {
+        const auto* entry = avformat_index_get_entry(const_cast<AVStream*>(&stream), i);
+        if ((entry->flags & AVINDEX_DISCARD_FRAME) == 0) {
+            return timing.timeAt(entry->timestamp + timing.frameTicks());
+        }
+    }
+    return MediaTime::zero();
 }
 
 } // namespace
@@ -70,13 +132,11 @@ MediaTime movieEnd(const std::string& path, const AVFormatContext& format) {
         if (counts(*stream)) {
             const auto stated = statedEnd(format, *stream);
             isComplete = isComplete && stated.has_value();
-            if (stated) {
-                end = std::max(end, *stated + untimedTail(format, *stream));
-            }
+            end = std::max({end, stated.value_or(end), endOfIndex(format, *stream)});
         }
     }
     if (isComplete) {
-        return end;
+        return isContainer(format, "mpeg") ? std::max(end, measuredEndOfTail(path)) : end;
     }
     const bool isStated = format.duration != AV_NOPTS_VALUE && format.duration > 0;
     if (isStated && !isGuess(format)) {

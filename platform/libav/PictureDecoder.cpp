@@ -2,6 +2,7 @@
 
 #include "base/numbers.h"
 #include "media/MediaError.h"
+#include "platform/libav/Container.h"
 #include "platform/libav/LibavError.h"
 
 #include <algorithm>
@@ -56,7 +57,9 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& so
     CodecHandle codec(avcodec_alloc_context3(decoder));
     int result =
         codec ? avcodec_parameters_to_context(codec.get(), stream->codecpar) : AVERROR(ENOMEM);
+    std::unique_ptr<DamageWatch> damage;
     if (result >= 0) {
+        damage = std::make_unique<DamageWatch>(*codec);
         codec->pkt_timebase = stream->time_base;
         codec->thread_count = threads;
         result = avcodec_open2(codec.get(), decoder, nullptr);
@@ -66,12 +69,19 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& so
                           "The decoder cannot start (" + libavText(result) + ").");
     }
     return std::unique_ptr<PictureDecoder>(
-        new PictureDecoder(std::move(format), std::move(codec), stream));
+        new PictureDecoder(std::move(format), std::move(damage), std::move(codec), stream));
 }
 
-PictureDecoder::PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream)
-    : format_(std::move(format)), codec_(std::move(codec)), stream_(stream),
-      timing_(*format_, *stream), watch_(*stream->codecpar) {}
+PictureDecoder::PictureDecoder(FormatHandle format, std::unique_ptr<DamageWatch> damage,
+                               CodecHandle codec, AVStream* stream)
+    : format_(std::move(format)), damage_(std::move(damage)), codec_(std::move(codec)),
+      stream_(stream), timing_(*format_, *stream), watch_(*stream->codecpar) {}
+
+/// Frames of a program stream may have no time of their own; right after a seek theirs are guessed.
+/// A real one comes at least every 0.7 s (ISO/IEC 13818-1, 2.7.4).
+std::int64_t PictureDecoder::seekMargin() const {
+    return isContainer(*format_, "mpeg") ? 4 : 0;
+}
 
 bool PictureDecoder::seekTo(const MediaTime& time) {
     const int result = av_seek_frame(format_.get(), stream_->index, timing_.timestampAt(time),
@@ -149,7 +159,9 @@ int PictureDecoder::readPacket() {
                             "The movie's data is damaged (" + libavText(result) + ")."));
             continue;
         }
-        if (result < 0 || packet_->stream_index == stream_->index) {
+        // QuickTime allows empty samples, AVI empty chunks: no picture of their own.
+        const bool isOurs = result >= 0 && packet_->stream_index == stream_->index;
+        if (result < 0 || (isOurs && packet_->size > 0)) {
             return result;
         }
         av_packet_unref(packet_.get());
@@ -220,6 +232,9 @@ bool PictureDecoder::isRepeated(const AVFrame& frame) const {
 /// Movies that were cut off end like whole ones: only their own word tells them apart.
 void PictureDecoder::noteEnd() {
     hasEnded_ = true;
+    if (damage_->takeDamage()) {
+        noteDamage(AVERROR_INVALIDDATA);
+    }
     if (missingSeconds() > 0) {
         note(mediaError(
             MediaErrorCode::kEndsEarly,
@@ -244,7 +259,7 @@ void PictureDecoder::noteDamage(int code) {
 }
 
 PictureDecoder::Frame PictureDecoder::taken() {
-    if (isDamaged(*frame_)) {
+    if (damage_->takeDamage() || isDamaged(*frame_)) {
         noteDamage(AVERROR_INVALIDDATA);
     }
     ++framesSinceSeek_;

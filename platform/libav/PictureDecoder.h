@@ -4,6 +4,7 @@
 #include "base/Result.h"
 #include "media/MediaTime.h"
 #include "platform/libav/ContainerSource.h"
+#include "platform/libav/DamageWatch.h"
 #include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
 #include "platform/libav/StreamTiming.h"
@@ -25,6 +26,8 @@ public:
         MediaTime time; ///< Invalid for a frame right after a seek whose time is not known.
     };
 
+    /// How much earlier than wanted to seek, in seconds, so that times are right where it matters.
+    std::int64_t seekMargin() const;
     /// Moves to a key frame before or at a time; what was noted is forgotten. False when the
     /// container cannot do it.
     bool seekTo(const MediaTime& time);
@@ -38,7 +41,8 @@ public:
     AVCodecID codec() const { return codec_->codec_id; }
 
 private:
-    PictureDecoder(FormatHandle format, CodecHandle codec, AVStream* stream);
+    PictureDecoder(FormatHandle format, std::unique_ptr<DamageWatch> damage, CodecHandle codec,
+                   AVStream* stream);
 
     bool feed();
     int readPacket();
@@ -55,6 +59,7 @@ private:
     std::optional<std::int64_t> timestampOf(const AVFrame& frame) const;
 
     FormatHandle format_;
+    std::unique_ptr<DamageWatch> damage_; ///< Outlives the decoder that it listens to.
     CodecHandle codec_;
     AVStream* stream_;
     StreamTiming timing_;

@@ -9,6 +9,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 namespace fw::libav {
@@ -75,6 +76,18 @@ RateOfStream rateOf(const AVFormatContext& format, const AVStream& stream) {
     return {standard.value_or(average), standard.has_value()};
 }
 
+/// AVI counts empty chunks, too, which stand for the picture before them. Only an index of as many
+/// chunks that all hold something says that the count is one of pictures.
+bool hasNoEmptyChunk(const AVStream& stream) {
+    const int entries = avformat_index_get_entries_count(&stream);
+    for (int i = 0; i < entries; ++i) {
+        if (avformat_index_get_entry(const_cast<AVStream*>(&stream), i)->size == 0) {
+            return false;
+        }
+    }
+    return entries == stream.nb_frames;
+}
+
 /// "HH:MM:SS.fraction", as Matroska's statistics tags have it.
 std::optional<MediaTime> durationTag(const AVStream& stream) {
     const AVDictionaryEntry* tag = av_dict_get(stream.metadata, "DURATION", nullptr, 0);
@@ -101,10 +114,10 @@ StreamTiming::StreamTiming(const AVFormatContext& format, const AVStream& stream
 }
 
 std::int64_t StreamTiming::timestampAt(const MediaTime& time) const {
-    const std::int64_t ticks =
-        av_rescale_rnd(time.value, timeBase_.den, std::int64_t{timeBase_.num} * time.timescale,
-                       static_cast<AVRounding>(AV_ROUND_DOWN));
-    return saturatingAdd(ticks, offset_);
+    const std::int64_t ticks = av_rescale_rnd(
+        time.value, timeBase_.den, std::int64_t{timeBase_.num} * time.timescale, AV_ROUND_DOWN);
+    const bool isTooLarge = ticks == std::numeric_limits<std::int64_t>::min() && time.value > 0;
+    return isTooLarge ? std::numeric_limits<std::int64_t>::max() : saturatingAdd(ticks, offset_);
 }
 
 std::int64_t StreamTiming::frameTicks() const {
@@ -142,7 +155,7 @@ std::optional<std::int64_t> statedFrameCount(const AVFormatContext& format,
         }
         return presented;
     }
-    if (isContainer(format, "avi") && stream.nb_frames > 0) {
+    if (isContainer(format, "avi") && stream.nb_frames > 0 && hasNoEmptyChunk(stream)) {
         return stream.nb_frames;
     }
     const bool ticksAreFrames = stream.avg_frame_rate.num > 0 &&

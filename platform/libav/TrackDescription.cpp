@@ -121,7 +121,9 @@ Track trackOfStream(const AVFormatContext& format, const AVStream& stream) {
 }
 
 bool isEncrypted(const AVStream& stream, const std::vector<MovSampleEntry>& entries) {
-    if (av_stream_get_side_data(&stream, AV_PKT_DATA_ENCRYPTION_INIT_INFO, nullptr) != nullptr) {
+    // Matroska's key id comes as a tag.
+    if (av_stream_get_side_data(&stream, AV_PKT_DATA_ENCRYPTION_INIT_INFO, nullptr) != nullptr ||
+        av_dict_get(stream.metadata, "enc_key_id", nullptr, 0) != nullptr) {
         return true;
     }
     // Common encryption (ISO/IEC 23001-7) and the older protected formats rename the entry.

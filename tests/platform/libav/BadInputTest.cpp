@@ -226,6 +226,31 @@ TEST_F(BadInput, damagedInThePictureDataFailsAndLosesNothingThatDecodes) {
     }
 }
 
+/// These decoders fill in what does not decode and mark nothing.
+TEST_F(BadInput, damagedLightlyFailsWhereTheDecoderHidesIt) {
+    for (const std::vector<std::string>& codec :
+         {std::vector<std::string>{"-c:v", "ffv1", "-level", "3", "-slices", "4", "-slicecrc", "1"},
+          std::vector<std::string>{"-c:v", "mjpeg", "-q:v", "3"}}) {
+        for (const char* name : {"a.mkv", "a.mov"}) {
+            makeNumberedMovie(path(name), 50, "25:1", codec, 320, 240);
+            for (const int threads : {1, 4}) {
+                const auto whole = openLibavAsset(path(name), {threads});
+                EXPECT_EQ(readMovie(*whole, PixelLayout::k2vuy).status,
+                          AssetReader::Status::kCompleted)
+                    << codec[1] << " " << name;
+                std::string bytes = bytesOf(name);
+                std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), 24,
+                            '\x33');
+                const auto asset =
+                    openLibavAsset(write(std::string("damaged.") + name, bytes), {threads});
+                const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+                EXPECT_GE(movie.frames.size(), 49U);
+                expectFailure(movie, MediaErrorCode::kDamagedPicture);
+            }
+        }
+    }
+}
+
 TEST_F(BadInput, flippedAnywhereNeverCrashesOrHangs) {
     makeNumberedMovie(
         path("a.mp4"), 12, "25:1",

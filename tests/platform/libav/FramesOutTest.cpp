@@ -122,6 +122,28 @@ TEST_P(EveryKindOfMovie, startsExactlyAtTheWantedFrame) {
     }
 }
 
+TEST(ProgramStream, OfManySecondsStartsExactlyAtTheWantedFrame) {
+    const TemporaryFolder folder;
+    const std::string path = folder.file("movie.mpg");
+    makeNumberedMovie(path, 700, "25:1", {"-c:v", "mpeg2video", "-bf", "2", "-q:v", "2"}, 320, 192);
+    const auto asset = openLibavAsset(path, {2});
+    const Read whole = readAll(*asset);
+    ASSERT_EQ(whole.pictures, firstNumbers(700));
+    for (int start = 1; start < 700; start += 23) {
+        // The encoder stamps some frames with a neighbour's time: what counts is that a range
+        // gives the frames that have a time in it when all are read.
+        std::vector<int> expected;
+        for (std::size_t frame = 0; frame < whole.pictures.size(); ++frame) {
+            if (whole.frameNumbers[frame] >= start && whole.frameNumbers[frame] < start + 2) {
+                expected.push_back(whole.pictures[frame]);
+            }
+        }
+        const Read read =
+            readAll(*asset, MediaTimeRange{MediaTime::make(start, 25), MediaTime::make(2, 25)});
+        ASSERT_EQ(read.pictures, expected) << "from frame " << start;
+    }
+}
+
 const std::vector<MovieKind> kKinds = {
     {"h264LongGopMp4", "mp4", "25:1", 100, {"-c:v", "libx264", "-g", "40", "-bf", "3"}},
     {"h264OpenGopMp4",
@@ -141,6 +163,17 @@ const std::vector<MovieKind> kKinds = {
     {"h264Ts", "ts", "24000:1001", 60, {"-c:v", "libx264", "-g", "20", "-bf", "2"}},
     {"mpeg2OpenGopTs", "ts", "30000:1001", 60, {"-c:v", "mpeg2video", "-g", "15", "-bf", "2"}},
     {"mpeg2Ps", "mpg", "25:1", 60, {"-c:v", "mpeg2video", "-g", "12", "-bf", "2"}},
+    // Many frames in one packet of the container: only the first of them has a time.
+    {"mpeg2PsOfTinyFrames",
+     "mpg",
+     "25:1",
+     100,
+     {"-vf", "scale=64:48:flags=neighbor", "-c:v", "mpeg2video", "-bf", "2", "-f", "vob"}},
+    {"mpeg1Ps",
+     "mpg",
+     "25:1",
+     100,
+     {"-vf", "scale=64:48:flags=neighbor", "-c:v", "mpeg1video", "-bf", "2"}},
     {"mpeg2OpenGopMxf", "mxf", "25:1", 60, {"-c:v", "mpeg2video", "-g", "12", "-bf", "2"}},
     {"dnxhrMxf",
      "mxf",

@@ -10,6 +10,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <iterator>
 
 namespace fw {
 namespace {
@@ -203,6 +204,53 @@ TEST_F(Tracks, applyATrimmingEditListToFramesTimesAndCount) {
     EXPECT_EQ(movie.frames.front().time, MediaTime::zero());
     EXPECT_EQ(movie.frames.front().number, 0);
     EXPECT_EQ(movie.status, AssetReader::Status::kCompleted);
+}
+
+/// Doubles the only edit of a movie whose header stands at its end.
+void showTwice(const std::string& from, const std::string& to) {
+    std::ifstream in(from, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), {});
+    const std::size_t list = bytes.find("elst", bytes.rfind("moov"));
+    ASSERT_NE(list, std::string::npos);
+    constexpr std::size_t kEntryBytes = 12;
+    const std::size_t entry = list + 12; // Behind type, version and count.
+    ASSERT_EQ(bytes[list + 11], 1) << "one edit";
+    bytes.insert(entry + kEntryBytes, bytes.substr(entry, kEntryBytes));
+    bytes[list + 11] = 2;
+    for (const char* box : {"elst", "edts", "trak", "moov"}) {
+        const std::size_t size = bytes.rfind(box, list) - 4;
+        std::uint32_t value = 0;
+        for (std::size_t i = 0; i < 4; ++i) {
+            value = value << 8 | static_cast<std::uint8_t>(bytes[size + i]);
+        }
+        value += kEntryBytes;
+        for (std::size_t i = 0; i < 4; ++i) {
+            bytes[size + i] = static_cast<char>(value >> (24 - 8 * i));
+        }
+    }
+    std::ofstream(to, std::ios::binary) << bytes;
+}
+
+TEST_F(Tracks, lastAsLongAsAnEditListThatShowsThemTwice) {
+    makeNumberedMovie(folder_.file("a.mov"), 50, "25:1", {"-c:v", "mpeg4", "-q:v", "3"});
+    showTwice(folder_.file("a.mov"), folder_.file("b.mov"));
+    const auto asset = openLibavAsset(folder_.file("b.mov"));
+    EXPECT_EQ(asset->duration(), MediaTime::make(4, 1));
+    const ReadMovie movie =
+        readMovie(*asset, PixelLayout::k2vuy, MediaTimeRange{MediaTime::zero(), asset->duration()});
+    EXPECT_EQ(movie.frames.size(), 100U);
+    EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+}
+
+TEST_F(Tracks, ofAnAviWithEmptyChunksHaveNoCountOfFrames) {
+    runFfmpeg({"-f", "lavfi", "-i", "testsrc2=s=160x96:r=25:d=4", "-vf",
+               "select='lt(n,30)+not(mod(n,2))'", "-vsync", "vfr", "-c:v", "mpeg4",
+               folder_.file("a.avi")});
+    const auto asset = openLibavAsset(folder_.file("a.avi"));
+    EXPECT_FALSE(asset->firstTrack(MediaType::kVideo)->frameCount.has_value());
+    const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+    EXPECT_EQ(movie.frames.size(), 65U);
+    EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
 }
 
 TEST_F(Tracks, scanRotatedAndAnamorphicMoviesAsCoded) {

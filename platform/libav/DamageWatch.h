@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/libav/Handles.h"
+
+#include <atomic>
+#include <cstdarg>
+
+namespace fw::libav {
+
+/// Sees damage that a decoder hides. FFV1 and Motion JPEG fill in what they cannot decode and mark
+/// neither the frame nor the call: only their error messages tell, FFV1's slice checksum among
+/// them. Other decoders also complain of harmless things, so they are not listened to.
+class DamageWatch {
+public:
+    /// Listens to a decoder, which must not outlive this object, from before it is opened.
+    explicit DamageWatch(AVCodecContext& codec);
+    DamageWatch(const DamageWatch&) = delete;
+    DamageWatch& operator=(const DamageWatch&) = delete;
+
+    /// Whether there was damage since the last call.
+    bool takeDamage() { return damage_.exchange(false); }
+
+    /// Takes libav's messages from standard error: what matters is returned as errors. Once for
+    /// the process.
+    static void installLogReceiver();
+
+private:
+    static void receive(void* sender, int level, const char* format, va_list arguments);
+
+    std::atomic<bool> damage_ = false; ///< Decoding threads set it.
+};
+
+} // namespace fw::libav

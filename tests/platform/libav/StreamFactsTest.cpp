@@ -1,0 +1,59 @@
+// What is read off single streams, for movies that no program here can make.
+
+#include "platform/libav/StreamTiming.h"
+#include "platform/libav/TrackDescription.h"
+
+#include <gtest/gtest.h>
+
+extern "C" {
+#include <libavutil/dict.h>
+}
+
+#include <limits>
+
+namespace fw::libav {
+namespace {
+
+/// A format with one video stream that ticks in milliseconds.
+class OneStream : public testing::Test {
+protected:
+    OneStream() : format_(avformat_alloc_context()) {
+        format_->iformat = av_find_input_format("matroska");
+        stream_ = avformat_new_stream(format_.get(), nullptr);
+        stream_->time_base = {1, 1000};
+        stream_->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+    }
+
+    FormatHandle format_;
+    AVStream* stream_;
+};
+
+TEST_F(OneStream, IsEncryptedWhenMatroskaNamesAKey) {
+    EXPECT_FALSE(isEncrypted(*stream_, {}));
+    av_dict_set(&stream_->metadata, "enc_key_id", "q6i0", 0);
+    EXPECT_TRUE(isEncrypted(*stream_, {}));
+}
+
+TEST_F(OneStream, IsEncryptedWhenItsSampleEntryIsAProtectedOne) {
+    stream_->id = 3;
+    EXPECT_FALSE(isEncrypted(*stream_, {{3, fourCC("avc1"), {}}, {4, fourCC("encv"), {}}}));
+    for (const FourCC code : {fourCC("encv"), fourCC("enca"), fourCC("drmi"), fourCC("drms")}) {
+        EXPECT_TRUE(isEncrypted(*stream_, {{3, code, {}}}));
+    }
+}
+
+TEST_F(OneStream, HoldsTimestampsOfTimesBeyondItsClock) {
+    const StreamTiming timing(*format_, *stream_);
+    EXPECT_EQ(timing.timestampAt(MediaTime::make(3, 2)), 1500);
+    EXPECT_EQ(timing.timestampAt(MediaTime::make(std::int64_t{1} << 62, 1)),
+              std::numeric_limits<std::int64_t>::max());
+}
+
+TEST_F(OneStream, WithoutARateHasFramesOfOneTick) {
+    const StreamTiming timing(*format_, *stream_);
+    EXPECT_FALSE(timing.rate().isKnown());
+    EXPECT_EQ(timing.frameTicks(), 1);
+}
+
+} // namespace
+} // namespace fw::libav
