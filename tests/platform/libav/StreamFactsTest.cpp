@@ -10,6 +10,7 @@ extern "C" {
 }
 
 #include <limits>
+#include <memory>
 
 namespace fw::libav {
 namespace {
@@ -24,7 +25,12 @@ protected:
         stream_->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
     }
 
-    FormatHandle format_;
+    /// Nothing was opened, so nothing is closed.
+    struct Free {
+        void operator()(AVFormatContext* format) const { avformat_free_context(format); }
+    };
+
+    std::unique_ptr<AVFormatContext, Free> format_;
     AVStream* stream_;
 };
 
