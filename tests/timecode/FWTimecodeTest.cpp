@@ -388,7 +388,7 @@ TEST(TimeOfDayTimecode, is_the_local_time) {
         const TimeZone zone("UTC0");
         EXPECT_EQ(FWTimecode::timeOfDayTimecode(25, kNoNtsc, kNoDrop, at), "01:02:03:00");
     }
-    const TimeZone zone("XXX-5:30");
+    const TimeZone zone("TST-5:30");
     EXPECT_EQ(FWTimecode::timeOfDayTimecode(25, kNoNtsc, kNoDrop, at), "06:32:03:00");
 }
 
