@@ -171,12 +171,67 @@ std::string repairedUtf8(std::string_view bytes) {
     return text;
 }
 
+std::string utf8Text(char32_t character) {
+    const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
+    if (isSurrogate || character > 0x10FFFF) {
+        return std::string(kReplacement);
+    }
+    const auto byte = [](char32_t bits) {
+        return static_cast<char>(static_cast<unsigned char>(bits));
+    };
+    const auto continuation = [&](unsigned shift) {
+        return byte(0x80 | ((character >> shift) & 0x3F));
+    };
+    if (character < 0x80) {
+        return {byte(character)};
+    }
+    if (character < 0x800) {
+        return {byte(0xC0 | (character >> 6)), continuation(0)};
+    }
+    if (character < 0x10000) {
+        return {byte(0xE0 | (character >> 12)), continuation(6), continuation(0)};
+    }
+    return {byte(0xF0 | (character >> 18)), continuation(12), continuation(6), continuation(0)};
+}
+
 std::string_view trimmed(std::string_view text) {
     return trimmedWhile(text, isWhiteSpace);
 }
 
 std::string_view trimmedBlanks(std::string_view text) {
     return trimmedWhile(text, isBlank);
+}
+
+std::size_t characterCount(std::string_view text) {
+    const auto isAscii = [](char c) {
+        return static_cast<unsigned char>(c) < 0x80;
+    };
+    if (std::all_of(text.begin(), text.end(), isAscii)) {
+        return text.size();
+    }
+    std::size_t count = 0;
+    for (; !text.empty(); ++count) {
+        text.remove_prefix(sequenceAt(text).length);
+    }
+    return count;
+}
+
+std::vector<std::string_view> charactersOf(std::string_view text) {
+    std::vector<std::string_view> characters;
+    while (!text.empty()) {
+        characters.push_back(text.substr(0, sequenceAt(text).length));
+        text.remove_prefix(characters.back().size());
+    }
+    return characters;
+}
+
+std::string_view withoutLastCharacters(std::string_view text, std::size_t count) {
+    const std::size_t whole = characterCount(text);
+    std::size_t length = 0;
+    for (std::size_t kept = count; kept < whole; ++kept) {
+        length += sequenceAt(text.substr(length)).length;
+    }
+    return text.substr(0, length);
 }
 
 std::string lowerCased(std::string_view text) {
@@ -241,6 +296,18 @@ std::string_view lastPathComponent(std::string_view path) {
     path = withoutTrailingSlashes(path);
     const std::size_t slash = path.rfind('/');
     return path.size() == 1 || slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+std::string appendedPathComponent(std::string_view path, std::string_view component) {
+    std::string joined(withoutTrailingSlashes(path));
+    while (component.starts_with('/')) {
+        component.remove_prefix(1);
+    }
+    if (!joined.empty() && !component.empty() && joined.back() != '/') {
+        joined += '/';
+    }
+    joined += component;
+    return joined;
 }
 
 std::string_view pathExtension(std::string_view path) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,11 +13,23 @@ namespace fw {
 /// part (Unicode 15, table 3-8). Well-formed text comes back unchanged.
 std::string repairedUtf8(std::string_view bytes);
 
+/// One character in UTF-8; U+FFFD for what is no character (surrogates, beyond U+10FFFF).
+std::string utf8Text(char32_t character);
+
 /// Without white space and line ends (the Unicode property White_Space) at both ends.
 std::string_view trimmed(std::string_view text);
 
 /// Without blanks and tabs (U+0009 and general category Zs, no line ends) at both ends.
 std::string_view trimmedBlanks(std::string_view text);
+
+/// How many characters the text has; each maximal ill-formed part counts as one.
+std::size_t characterCount(std::string_view text);
+
+/// The characters one by one, as pieces of the text; each maximal ill-formed part is one.
+std::vector<std::string_view> charactersOf(std::string_view text);
+
+/// The text without its last `count` characters; empty when it has no more than that.
+std::string_view withoutLastCharacters(std::string_view text, std::size_t count);
 
 /// ASCII letters made small; everything else as it is.
 std::string lowerCased(std::string_view text);
@@ -37,6 +50,10 @@ double leadingDouble(std::string_view text);
 
 /// The last component of a path; trailing slashes add none. "/" gives "/".
 std::string_view lastPathComponent(std::string_view path);
+
+/// A path with one more component, and one slash between. An empty path gives the component alone,
+/// an empty component the path without slashes at its end.
+std::string appendedPathComponent(std::string_view path, std::string_view component);
 
 /// What follows the last dot of the last component when neither side of the dot is empty.
 std::string_view pathExtension(std::string_view path);

@@ -2,6 +2,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "timecode/Separators.h"
 
 #include <array>
 #include <cinttypes>
@@ -14,7 +15,6 @@
 namespace fw {
 namespace {
 
-constexpr std::string_view kSeparators = ":;";
 constexpr std::size_t kFieldCount = 4;
 constexpr std::int64_t kDefaultTimebase = 30;
 
@@ -27,10 +27,6 @@ std::int64_t usableTimebase(std::int64_t timebase) {
 
 double usableRate(double fps) {
     return fps <= 0 ? static_cast<double>(kDefaultTimebase) : fps;
-}
-
-char frameSeparator(bool dropFrame) {
-    return dropFrame ? ';' : ':';
 }
 
 /// a / b, cut to a signed 32-bit integer.
@@ -53,7 +49,7 @@ std::string timecodeText(std::uint64_t frameCount, double fps, bool dropFrame) {
 
 /// The pieces of a timecode, or none when there are fewer than four.
 std::vector<std::string_view> fieldsOf(std::string_view timecode) {
-    std::vector<std::string_view> fields = splitAtAnyOf(trimmed(timecode), kSeparators);
+    std::vector<std::string_view> fields = splitAtAnyOf(trimmed(timecode), kTimecodeSeparators);
     if (fields.size() < kFieldCount) {
         fields.clear();
     }
@@ -230,7 +226,7 @@ std::uint64_t FWTimecode::subtractDroppedFrames(std::uint64_t frameCount, double
 std::string FWTimecode::sanitizeTimecodeForFilename(const std::string& timecode) {
     std::string name = timecode;
     for (char& c : name) {
-        if (kSeparators.find(c) != std::string_view::npos) {
+        if (kTimecodeSeparators.find(c) != std::string_view::npos) {
             c = '.';
         }
     }

@@ -19,6 +19,8 @@ double modulus(double a, double b);
 /// 17982 of a recorder: deliberate. Fields are read as the integers they begin with; a field that
 /// begins with none is 0. Numbers too large for their type are held at its ends.
 /// Pure functions but for the time of day; safe from any thread.
+///
+/// Its operations stand in FWTimecode.cpp, but for typed timecode in TypedTimecode.cpp.
 class FWTimecode {
 public:
     FWTimecode() = delete;
@@ -64,6 +66,14 @@ public:
     /// A field below 10 gets a "0" in front; a negative one, too, and is printed as unsigned.
     static std::string formatHours(std::int64_t hours, std::int64_t mins, std::int64_t secs,
                                    std::int64_t frames, bool dropFrame);
+    /// The timecode that somebody means who types "5." (5 seconds), "12345" (1 minute, 23 seconds,
+    /// 45 frames) or "1.2.3.4". Dots and commas separate fields; one at the end stands for frames
+    /// that are zero, two for seconds too, three for minutes too, and four make everything zero:
+    /// deliberate. What was not typed comes from the start timecode, character for character and
+    /// with its separators; an empty one stands for zero. Eleven characters are returned as they
+    /// are, whatever they say; no field is checked for its range.
+    static std::string timecodeFromUserString(const std::string& typed, bool dropFrame,
+                                              const std::string& startTimecode);
 };
 
 } // namespace fw

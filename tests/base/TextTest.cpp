@@ -220,12 +220,52 @@ TEST(LastPathComponent, is_what_follows_the_last_slash) {
     EXPECT_EQ(lastPathComponent("/b"), "b");
 }
 
+TEST(CharacterCount, counts_code_points_and_each_ill_formed_part_once) {
+    EXPECT_EQ(characterCount(""), 0U);
+    EXPECT_EQ(characterCount("abc"), 3U);
+    EXPECT_EQ(characterCount("\xC3\xA9\xE2\x82\xAC\xF0\x9F\x8E\xAC"), 3U);
+    EXPECT_EQ(characterCount("\xFF\x80z"), 3U);
+    EXPECT_EQ(characterCount("\xE2\x82z"), 2U);
+}
+
+TEST(CharactersOf, gives_each_code_point_and_each_ill_formed_part) {
+    EXPECT_THAT(charactersOf(""), ElementsAre());
+    EXPECT_THAT(charactersOf("a\xC3\xA9\xF0\x9F\x8E\xACz"),
+                ElementsAre("a", "\xC3\xA9", "\xF0\x9F\x8E\xAC", "z"));
+    EXPECT_THAT(charactersOf("\xE2\x82z\xFF\x80"), ElementsAre("\xE2\x82", "z", "\xFF", "\x80"));
+}
+
+TEST(WithoutLastCharacters, drops_whole_characters) {
+    EXPECT_EQ(withoutLastCharacters("abc", 0), "abc");
+    EXPECT_EQ(withoutLastCharacters("abc", 2), "a");
+    EXPECT_EQ(withoutLastCharacters("a\xC3\xA9/", 2), "a");
+    EXPECT_EQ(withoutLastCharacters("a\xFF/", 2), "a");
+    EXPECT_EQ(withoutLastCharacters("abc", 3), "");
+    EXPECT_EQ(withoutLastCharacters("abc", 4), "");
+}
+
 TEST(LastPathComponent, takes_no_notice_of_trailing_slashes) {
     EXPECT_EQ(lastPathComponent("/a/b///"), "b");
     EXPECT_EQ(lastPathComponent("a/"), "a");
     EXPECT_EQ(lastPathComponent("/"), "/");
     EXPECT_EQ(lastPathComponent("///"), "/");
     EXPECT_EQ(lastPathComponent(""), "");
+}
+
+TEST(AppendedPathComponent, puts_one_slash_between) {
+    EXPECT_EQ(appendedPathComponent("/a", "b"), "/a/b");
+    EXPECT_EQ(appendedPathComponent("/a/", "b"), "/a/b");
+    EXPECT_EQ(appendedPathComponent("/a//", "/b"), "/a/b");
+    EXPECT_EQ(appendedPathComponent("/", "b"), "/b");
+    EXPECT_EQ(appendedPathComponent("/", "//b/c"), "/b/c");
+}
+
+TEST(AppendedPathComponent, an_empty_side_adds_nothing) {
+    EXPECT_EQ(appendedPathComponent("", "b"), "b");
+    EXPECT_EQ(appendedPathComponent("/a", ""), "/a");
+    EXPECT_EQ(appendedPathComponent("/a/", "/"), "/a");
+    EXPECT_EQ(appendedPathComponent("/", ""), "/");
+    EXPECT_EQ(appendedPathComponent("", ""), "");
 }
 
 TEST(PathExtension, is_what_follows_the_last_dot_of_the_last_component) {
@@ -255,6 +295,20 @@ TEST(ListDescription, quotes_every_element_with_another_character) {
 
 TEST(ListDescription, escapes_quotes_backslashes_line_ends_and_tabs) {
     EXPECT_EQ(listDescription({"\"\\\n\r\t%@"}), "(\n    \"\\\"\\\\\\n\\r\\t%@\"\n)");
+}
+
+TEST(Utf8TextTest, WritesEveryCharacterAndReplacesWhatIsNone) {
+    for (char32_t c = 0; c <= 0x10FFFF; c += 7) {
+        if (c < 0xD800 || c > 0xDFFF) {
+            ASSERT_EQ(utf8Text(c), utf8(c));
+        }
+    }
+    for (const char32_t c : {U'\x7F', U'\x80', U'\x7FF', U'\x800', U'\xFFFF', U'\x10000'}) {
+        EXPECT_EQ(utf8Text(c), utf8(c));
+    }
+    for (const char32_t c : {char32_t{0xD800}, char32_t{0xDFFF}, char32_t{0x110000}}) {
+        EXPECT_EQ(utf8Text(c), "\uFFFD");
+    }
 }
 
 } // namespace
