@@ -21,14 +21,20 @@ struct VideoFrames {
     PixelLayout layout = PixelLayout::k2vuy;
 };
 
-using OutputSettings = std::variant<NativeSamples, VideoFrames>;
+/// Decoded sound: interleaved signed 16-bit samples in the machine's byte order, at the sample rate
+/// and with the channels that the track's description states. 8-bit samples become the high byte,
+/// wider ones lose their low bits, floating-point ones are rounded to the nearest and held at the
+/// ends of the range (either end from 65536 times full scale on).
+struct AudioSamples {};
 
-/// One sample of a track: a decoded frame, or stored bytes.
+using OutputSettings = std::variant<NativeSamples, VideoFrames, AudioSamples>;
+
+/// One sample of a track: a decoded frame, some decoded sound, or stored bytes.
 struct SampleBuffer {
-    MediaTime presentationTime;
+    MediaTime presentationTime; ///< Of sound: of its first sample.
     /// Decoded frames only. The memory is used again once the last holder lets go.
     std::shared_ptr<PixelBuffer> imageBuffer;
-    /// Native samples only.
+    /// Stored bytes, or decoded sound.
     std::vector<std::byte> data;
     std::shared_ptr<const FormatDescription> formatDescription;
 };
@@ -50,7 +56,7 @@ public:
     virtual ~AssetReader() = default;
 
     /// Before startReading: the samples whose time lies in [start, end) are read, the start taken
-    /// as at least zero. Without it everything is read.
+    /// as at least zero; of sound each single sample counts. Without it everything is read.
     virtual void setTimeRange(const MediaTimeRange& range) = 0;
     /// Before startReading, exactly once.
     virtual void addOutput(const Track& track, const OutputSettings& settings) = 0;

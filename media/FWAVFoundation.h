@@ -4,9 +4,11 @@
 #include "media/FourCC.h"
 #include "media/MediaTime.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace fw {
 
@@ -19,7 +21,8 @@ enum class DropFrame : bool { kNo, kYes };
 /// call asks the asset anew.
 ///
 /// Its operations stand in AssetTiming.cpp (rates, lengths, counts), AssetTimecode.cpp (start
-/// timecode, timecode and time) and AssetInformation.cpp (readability, codec names).
+/// timecode, timecode and time), AssetInformation.cpp (readability, codec names) and
+/// AssetWaveform.cpp.
 class FWAVFoundation {
 public:
     FWAVFoundation() = delete;
@@ -75,6 +78,19 @@ public:
     static std::string fourCCString(FourCC code);
     /// Absent only for a video track whose description has no format name.
     static std::optional<std::string> codecNameForTrack(const Track& track);
+
+    /// The waveform of the first sound track: 50 points a second, each a 32-bit float in the
+    /// machine's byte order and nothing between them. A point is the size of the mean of its
+    /// samples, 0 to 32768 (see WaveformBuilder.h). Of stereo sound the left channel counts. What
+    /// is left over at the end makes no point, so short sound gives an empty waveform. Nothing
+    /// when the asset is not readable, has no sound or cannot be decoded to its end.
+    ///
+    /// The whole track is decoded once, a buffer at a time, on the calling thread.
+    static std::optional<std::vector<std::byte>> waveformDataForAsset(const Asset& asset);
+    /// The same; when there is a waveform its largest point is stored at `normalizeMax`, which may
+    /// be null: -90 when it has no point.
+    static std::optional<std::vector<std::byte>> waveformDataForAsset(const Asset& asset,
+                                                                      float* normalizeMax);
 };
 
 } // namespace fw

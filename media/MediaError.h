@@ -22,6 +22,8 @@ enum class MediaErrorCode : std::int64_t {
     kEndsEarly = 9,        ///< The movie ends clearly before its own stated duration.
     kPixelFormat = 10,     ///< A pixel format that cannot be brought to 4:2:2.
     kWrongUse = 11,        ///< The reader was set up in a way it does not offer.
+    kDamagedSound = 12,    ///< Sound data that does not decode, or only in part.
+    kSampleFormat = 13,    ///< A sample format that cannot be brought to 16 bits.
 };
 
 inline Error mediaError(MediaErrorCode code, std::string description) {

@@ -12,6 +12,12 @@ namespace fw {
 
 enum class MediaType { kVideo, kAudio, kTimecode, kOther };
 
+/// How the sound of a track is sampled.
+struct AudioStreamDescription {
+    double sampleRate = 0; ///< In hertz.
+    std::uint32_t channelsPerFrame = 0;
+};
+
 /// What one sample description of a track says.
 struct FormatDescription {
     static constexpr std::uint32_t kDropFrame = 1;
@@ -25,6 +31,8 @@ struct FormatDescription {
     std::optional<std::string> formatName;
     /// Sound only: the format identifier, 'lpcm', 'aac ', ...
     FourCC audioFormatId = 0;
+    /// Sound only; absent when the movie does not say.
+    std::optional<AudioStreamDescription> audioStream;
 
     // Timecode only.
     MediaTime frameDuration;

@@ -10,7 +10,8 @@ namespace fw::libav {
 namespace {
 
 bool hidesDamage(AVCodecID codec) {
-    return codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_MJPEGB;
+    return codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_MJPEGB ||
+           codec == AV_CODEC_ID_FLAC;
 }
 
 } // namespace

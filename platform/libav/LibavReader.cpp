@@ -38,7 +38,11 @@ bool LibavReader::startReading() {
     if (frames != nullptr && track_->mediaType == MediaType::kVideo) {
         return startVideo(*frames);
     }
-    if (frames == nullptr && track_->mediaType == MediaType::kTimecode) {
+    if (std::holds_alternative<AudioSamples>(settings_) && track_->mediaType == MediaType::kAudio) {
+        return startAudio();
+    }
+    if (std::holds_alternative<NativeSamples>(settings_) &&
+        track_->mediaType == MediaType::kTimecode) {
         return startTimecode();
     }
     return fail(mediaError(MediaErrorCode::kWrongUse,
@@ -51,6 +55,16 @@ bool LibavReader::startTimecode() {
             timecodeSamples_ = candidate.samples;
         }
     }
+    status_ = Status::kReading;
+    return true;
+}
+
+bool LibavReader::startAudio() {
+    auto opened = AudioReader::open(*source_, track_->id, decodeThreads_, start_, end_);
+    if (!opened) {
+        return fail(opened.error());
+    }
+    audio_ = std::move(opened).value();
     status_ = Status::kReading;
     return true;
 }
@@ -101,7 +115,10 @@ std::optional<SampleBuffer> LibavReader::copyNextSampleBuffer() {
     if (status_ != Status::kReading) {
         return std::nullopt;
     }
-    return decoder_ ? nextFrame() : nextTimecodeSample();
+    if (decoder_) {
+        return nextFrame();
+    }
+    return audio_ ? nextAudio() : nextTimecodeSample();
 }
 
 std::optional<PictureDecoder::Frame> LibavReader::nextInRange() {
@@ -141,6 +158,25 @@ std::optional<SampleBuffer> LibavReader::nextFrame() {
     return sample;
 }
 
+std::optional<SampleBuffer> LibavReader::nextAudio() {
+    try {
+        if (auto sample = audio_->next()) {
+            sample->formatDescription = formatDescription_;
+            return sample;
+        }
+    } catch (const PlatformException& exception) {
+        fail(mediaError(MediaErrorCode::kSampleFormat, exception.what()));
+        return std::nullopt;
+    }
+    if (audio_->firstError()) {
+        fail(*audio_->firstError());
+    } else {
+        status_ = Status::kCompleted;
+    }
+    audio_.reset();
+    return std::nullopt;
+}
+
 std::optional<SampleBuffer> LibavReader::nextTimecodeSample() {
     if (nextTimecodeSample_ == timecodeSamples_.size()) {
         status_ = Status::kCompleted;
@@ -153,6 +189,7 @@ void LibavReader::cancelReading() {
     if (status_ == Status::kUnknown || status_ == Status::kReading) {
         status_ = Status::kCancelled;
         decoder_.reset();
+        audio_.reset();
     }
 }
 

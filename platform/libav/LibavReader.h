@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/AssetReader.h"
+#include "platform/libav/AudioReader.h"
 #include "platform/libav/FrameConverter.h"
 #include "platform/libav/PictureDecoder.h"
 #include "platform/libav/TimecodeTracks.h"
@@ -11,7 +12,7 @@
 
 namespace fw::libav {
 
-/// Reads decoded frames of a video track, or the stored samples of a timecode track.
+/// Reads decoded frames of a video track, decoded sound, or the stored samples of a timecode track.
 class LibavReader final : public AssetReader {
 public:
     LibavReader(std::shared_ptr<ContainerSource> source, int decodeThreads,
@@ -28,11 +29,13 @@ public:
 
 private:
     bool startTimecode();
+    bool startAudio();
     bool startVideo(const VideoFrames& settings);
     bool openDecoder();
     bool moveToStart();
     std::optional<PictureDecoder::Frame> nextInRange();
     std::optional<SampleBuffer> nextFrame();
+    std::optional<SampleBuffer> nextAudio();
     std::optional<SampleBuffer> nextTimecodeSample();
     bool fail(const Error& error);
     void end();
@@ -55,6 +58,8 @@ private:
     std::optional<PictureDecoder::Frame> met_;
     std::int64_t framesBeyondEnd_ = 0;
     std::shared_ptr<const FormatDescription> formatDescription_;
+
+    std::unique_ptr<AudioReader> audio_;
 
     std::vector<SampleBuffer> timecodeSamples_;
     std::size_t nextTimecodeSample_ = 0;

@@ -107,8 +107,8 @@ MediaTime measuredEndOfTail(const std::string& path) {
     return packetsEnd(format);
 }
 
-/// Where an edit list shows parts of the media again the stream lasts longer than its media; the
-/// index has an entry for every frame that is shown.
+} // namespace
+
 MediaTime endOfIndex(const AVFormatContext& format, const AVStream& stream) {
     if (!isContainer(format, "mov")) {
         return MediaTime::zero();
@@ -122,8 +122,6 @@ MediaTime endOfIndex(const AVFormatContext& format, const AVStream& stream) {
     }
     return MediaTime::zero();
 }
-
-} // namespace
 
 MediaTime movieEnd(const std::string& path, const AVFormatContext& format) {
     MediaTime end = MediaTime::zero();

@@ -4,6 +4,7 @@
 #include "media/MediaError.h"
 #include "platform/libav/Container.h"
 #include "platform/libav/LibavError.h"
+#include "platform/libav/StreamDecoder.h"
 
 #include <algorithm>
 #include <array>
@@ -13,9 +14,6 @@
 
 namespace fw::libav {
 namespace {
-
-/// Damaged data in a row that is passed over before the file is given up as unreadable.
-constexpr int kMostErrorsInARow = 4096;
 
 /// How far apart, in frames, two tries to find the way behind damage can come to lie.
 constexpr std::int64_t kMostJumpFrames = std::int64_t{1} << 24;
@@ -35,41 +33,17 @@ bool isDamaged(const AVFrame& frame) {
 
 Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& source,
                                                              int streamIndex, int threads) {
-    auto opened = source.take();
+    auto opened = openStream(source, streamIndex, threads);
     if (!opened) {
         return opened.error();
     }
-    FormatHandle format = std::move(opened).value();
-    if (streamIndex < 0 || streamIndex >= static_cast<int>(format->nb_streams)) {
-        return mediaError(MediaErrorCode::kWrongUse, "The movie has no such track.");
+    StreamDecoder input = std::move(opened).value();
+    auto damage = std::make_unique<DamageWatch>(*input.codec);
+    if (const auto error = startDecoder(*input.codec)) {
+        return *error;
     }
-    AVStream* stream = format->streams[streamIndex];
-    const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (decoder == nullptr) {
-        return mediaError(MediaErrorCode::kDecoderMissing,
-                          std::string("There is no decoder for ") +
-                              avcodec_get_name(stream->codecpar->codec_id) + ".");
-    }
-    for (unsigned i = 0; i < format->nb_streams; ++i) {
-        format->streams[i]->discard =
-            format->streams[i] == stream ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-    }
-    CodecHandle codec(avcodec_alloc_context3(decoder));
-    int result =
-        codec ? avcodec_parameters_to_context(codec.get(), stream->codecpar) : AVERROR(ENOMEM);
-    std::unique_ptr<DamageWatch> damage;
-    if (result >= 0) {
-        damage = std::make_unique<DamageWatch>(*codec);
-        codec->pkt_timebase = stream->time_base;
-        codec->thread_count = threads;
-        result = avcodec_open2(codec.get(), decoder, nullptr);
-    }
-    if (result < 0) {
-        return mediaError(MediaErrorCode::kDecoderMissing,
-                          "The decoder cannot start (" + libavText(result) + ").");
-    }
-    return std::unique_ptr<PictureDecoder>(
-        new PictureDecoder(std::move(format), std::move(damage), std::move(codec), stream));
+    return std::unique_ptr<PictureDecoder>(new PictureDecoder(
+        std::move(input.format), std::move(damage), std::move(input.codec), input.stream));
 }
 
 PictureDecoder::PictureDecoder(FormatHandle format, std::unique_ptr<DamageWatch> damage,
@@ -131,13 +105,9 @@ bool PictureDecoder::feed() {
     if (isDraining_) {
         return false;
     }
-    if (const int read = readPacket(); read < 0) {
+    if (const int read = readPacket(*format_, *stream_, *packet_, firstError_); read < 0) {
         drain(read);
         return true;
-    }
-    if ((packet_->flags & AV_PKT_FLAG_CORRUPT) != 0) {
-        note(mediaError(MediaErrorCode::kDamagedContainer,
-                        "The container marks its data as corrupt."));
     }
     if (watch_.changesAt(*packet_)) {
         hasHeldPacket_ = true;
@@ -146,27 +116,6 @@ bool PictureDecoder::feed() {
         send();
     }
     return true;
-}
-
-/// The stream's next packet; a code below 0 when there is none. Demuxers find their way back behind
-/// most damage.
-int PictureDecoder::readPacket() {
-    int errorsInARow = 0;
-    for (;;) {
-        const int result = av_read_frame(format_.get(), packet_.get());
-        if (result == AVERROR_INVALIDDATA && ++errorsInARow <= kMostErrorsInARow) {
-            note(mediaError(MediaErrorCode::kDamagedContainer,
-                            "The movie's data is damaged (" + libavText(result) + ")."));
-            continue;
-        }
-        // QuickTime allows empty samples, AVI empty chunks: no picture of their own.
-        const bool isOurs = result >= 0 && packet_->stream_index == stream_->index;
-        if (result < 0 || (isOurs && packet_->size > 0)) {
-            return result;
-        }
-        av_packet_unref(packet_.get());
-        errorsInARow = 0;
-    }
 }
 
 void PictureDecoder::send() {
@@ -185,11 +134,8 @@ void PictureDecoder::resume() {
 }
 
 void PictureDecoder::drain(int readResult) {
-    const int inputError = format_->pb != nullptr ? format_->pb->error : 0;
-    if (readResult != AVERROR_EOF || (inputError < 0 && inputError != AVERROR_EOF)) {
-        note(mediaError(MediaErrorCode::kReadFailed,
-                        "The file could not be read to its end (" +
-                            libavText(inputError < 0 ? inputError : readResult) + ")."));
+    if (const auto error = errorAtEnd(*format_, readResult)) {
+        note(*error);
     }
     isDraining_ = true;
     avcodec_send_packet(codec_.get(), nullptr);
@@ -243,9 +189,7 @@ void PictureDecoder::noteEnd() {
 }
 
 void PictureDecoder::note(const Error& error) {
-    if (!firstError_) {
-        firstError_ = error;
-    }
+    keepFirst(firstError_, error);
 }
 
 /// Until a first frame has decoded, data that does not decode may belong to frames before the

@@ -45,7 +45,6 @@ private:
                    AVStream* stream);
 
     bool feed();
-    int readPacket();
     void send();
     void resume();
     void drain(int readResult);

@@ -102,6 +102,9 @@ void describeAudio(Track& track, const AVFormatContext& format, const AVStream& 
     description.mediaType = fourCC("soun");
     description.mediaSubType = codeOf(format, *stream.codecpar);
     description.audioFormatId = audioFormatId(format, *stream.codecpar);
+    description.audioStream = AudioStreamDescription{
+        static_cast<double>(stream.codecpar->sample_rate),
+        static_cast<std::uint32_t>(std::max(stream.codecpar->ch_layout.nb_channels, 0))};
     track.formatDescriptions.push_back(std::move(description));
 }
 

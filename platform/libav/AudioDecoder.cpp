@@ -1,0 +1,81 @@
+#include "platform/libav/AudioDecoder.h"
+
+#include "media/MediaError.h"
+#include "platform/libav/LibavError.h"
+
+#include <utility>
+
+namespace fw::libav {
+
+Result<std::unique_ptr<AudioDecoder>> AudioDecoder::open(ContainerSource& source, int streamIndex,
+                                                         int threads) {
+    auto opened = openStream(source, streamIndex, threads);
+    if (!opened) {
+        return opened.error();
+    }
+    StreamDecoder input = std::move(opened).value();
+    input.codec->err_recognition |= AV_EF_CRCCHECK; // FLAC looks at no checksum otherwise.
+    auto damage = std::make_unique<DamageWatch>(*input.codec);
+    if (const auto error = startDecoder(*input.codec)) {
+        return *error;
+    }
+    return std::unique_ptr<AudioDecoder>(new AudioDecoder(std::move(damage), std::move(input)));
+}
+
+AudioDecoder::AudioDecoder(std::unique_ptr<DamageWatch> damage, StreamDecoder input)
+    : damage_(std::move(damage)), input_(std::move(input)) {}
+
+const AVFrame* AudioDecoder::next() {
+    for (int errorsInARow = 0; errorsInARow <= kMostErrorsInARow;) {
+        const int result = avcodec_receive_frame(input_.codec.get(), frame_.get());
+        if (result == 0) {
+            hasDecoded_ = true;
+            noteDamageIn(*frame_);
+            return frame_.get();
+        }
+        if (result == AVERROR_EOF) {
+            return nullptr;
+        }
+        if (result == AVERROR(EAGAIN)) {
+            feed();
+        } else {
+            noteDamage(result);
+            ++errorsInARow;
+        }
+    }
+    return nullptr;
+}
+
+/// Gives the decoder one more packet, or tells it that there is none.
+void AudioDecoder::feed() {
+    const int read = readPacket(*input_.format, *input_.stream, *packet_, firstError_);
+    if (read < 0) {
+        if (const auto error = errorAtEnd(*input_.format, read)) {
+            keepFirst(firstError_, *error);
+        }
+        avcodec_send_packet(input_.codec.get(), nullptr);
+        return;
+    }
+    const int sent = avcodec_send_packet(input_.codec.get(), packet_.get());
+    av_packet_unref(packet_.get());
+    if (sent < 0) {
+        noteDamage(sent);
+    }
+}
+
+void AudioDecoder::noteDamageIn(const AVFrame& frame) {
+    if (damage_->takeDamage() || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
+        frame.decode_error_flags != 0) {
+        noteDamage(AVERROR_INVALIDDATA);
+    }
+}
+
+/// Until a first piece has decoded, data that does not decode may belong to sound before it.
+void AudioDecoder::noteDamage(int code) {
+    if (hasDecoded_) {
+        keepFirst(firstError_, mediaError(MediaErrorCode::kDamagedSound,
+                                          "Sound data is damaged (" + libavText(code) + ")."));
+    }
+}
+
+} // namespace fw::libav
