@@ -22,11 +22,17 @@ public:
     SystemLogCapture(const SystemLogCapture&) = delete;
     SystemLogCapture& operator=(const SystemLogCapture&) = delete;
 
+    /// At any time.
+    std::vector<std::string> linesUpToNow() const {
+        const std::lock_guard lock(mutex_);
+        return lines;
+    }
+
     /// Read it when nothing logs any more.
     std::vector<std::string> lines;
 
 private:
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     SystemLogSink previous_;
 };
 

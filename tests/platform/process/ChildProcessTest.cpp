@@ -1,54 +1,27 @@
 #include "platform/process/ChildProcess.h"
+#include "platform/process/WakeEvent.h"
+#include "tests/platform/process/StartedChild.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/stat.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <thread>
 
 namespace fw {
 namespace {
 
-constexpr std::chrono::seconds kLong{60};
-
-ChildProcessOptions shell(const std::string& script) {
-    ChildProcessOptions options;
-    options.path = "/bin/sh";
-    options.arguments = {"-c", script};
-    options.standardOutput = ChildStream::kPipe;
-    options.standardError = ChildStream::kPipe;
-    return options;
-}
-
-std::unique_ptr<ChildProcess> started(const ChildProcessOptions& options) {
-    auto result = ChildProcess::start(options);
-    EXPECT_TRUE(result);
-    return result ? std::move(result).value() : nullptr;
-}
-
-/// All that comes until the stream ends.
-std::string wholeOutput(ChildProcess& child) {
-    std::string text;
-    while (child.readOutput(text)) {
-        pollfd readable = {child.outputDescriptor(), POLLIN, 0};
-        ::poll(&readable, 1, -1);
-    }
-    return text;
-}
-
-std::string wholeError(ChildProcess& child) {
-    std::string text;
-    while (child.readError(text)) {
-        pollfd readable = {child.errorDescriptor(), POLLIN, 0};
-        ::poll(&readable, 1, -1);
-    }
-    return text;
-}
+using namespace test;
 
 TEST(ChildProcess, GivesItsOutputItsErrorsAndItsStatus) {
     const auto child = started(shell("printf out; printf err >&2; exit 7"));
@@ -78,7 +51,7 @@ TEST(ChildProcess, AMissingProgramIsAnErrorWithItsNumber) {
 }
 
 TEST(ChildProcess, AFileThatMayNotRunIsAnErrorWithItsNumber) {
-    test::TemporaryFolder folder;
+    TemporaryFolder folder;
     std::ofstream(folder.file("text")) << "text";
     ChildProcessOptions options;
     options.path = folder.file("text");
@@ -121,7 +94,7 @@ TEST(ChildProcess, ItsEndCanBePolledFor) {
 TEST(ChildProcess, IsKilledAndReapedWhenTheObjectGoes) {
     pid_t processId = 0;
     {
-        const auto child = started(shell("trap '' TERM INT HUP; while :; do sleep 1000; done"));
+        const auto child = started(shell("trap '' TERM INT HUP; exec sleep 1000"));
         processId = child->processId();
         ASSERT_EQ(::kill(processId, 0), 0);
     }
@@ -141,6 +114,14 @@ TEST(ChildProcess, NoOtherDescriptorReachesIt) {
 TEST(ChildProcess, ItsStandardInputIsEmpty) {
     const auto child = started(shell("cat; echo end"));
     EXPECT_EQ(wholeOutput(*child), "end\n");
+}
+
+TEST(ChildProcess, IsOfOurSessionUnlessItGetsItsOwn) {
+    ChildProcessOptions options = shell("sed 's/.*) //' /proc/$$/stat | cut -d ' ' -f 4");
+    EXPECT_EQ(wholeOutput(*started(options)), std::to_string(::getsid(0)) + "\n");
+    options.session = ChildSession::kOwn;
+    const auto child = started(options);
+    EXPECT_EQ(wholeOutput(*child), std::to_string(child->processId()) + "\n");
 }
 
 TEST(ChildProcess, ItsSignalsAreResetAndUnblocked) {
@@ -198,6 +179,206 @@ TEST(ChildProcess, WithIgnoredChildSignalsTheEndIsSeenAllTheSame) {
     const auto child = started(shell("exec sleep 0"));
     EXPECT_TRUE(child->wait(kLong).has_value());
     ::signal(SIGCHLD, handler);
+}
+
+// What the child is given.
+
+TEST(ChildProcess, ItsEnvironmentIsOursUnlessAnotherIsGiven) {
+    const ScopedEnvironment variable("FW_TEST_VARIABLE", "ours");
+    EXPECT_EQ(wholeOutput(*started(shell("printf %s \"$FW_TEST_VARIABLE\""))), "ours");
+    ChildProcessOptions options = shell("printf %s \"$FW_TEST_VARIABLE$OTHER\"");
+    options.environment = {{"OTHER=given=\xC3\xA9"}};
+    EXPECT_EQ(wholeOutput(*started(options)), "given=\xC3\xA9");
+    options.environment = std::vector<std::string>();
+    EXPECT_EQ(wholeOutput(*started(options)), "");
+}
+
+TEST(ChildProcess, AnInputPipeStaysOpenAndEmptyAsLongAsTheObjectLives) {
+    ChildProcessOptions options = shell("cat; echo end");
+    options.standardInput = ChildInput::kPipe;
+    auto child = started(options);
+    EXPECT_EQ(child->wait(std::chrono::milliseconds(20)), std::nullopt);
+    options = shell("cat; echo end >\"$0\"");
+    TemporaryFolder folder;
+    options.arguments.push_back(folder.file("ended"));
+    options.standardInput = ChildInput::kPipe;
+    options.whenReleased = WhenReleased::kLeave;
+    child = started(options);
+    EXPECT_TRUE(child->isRunning());
+    child.reset();
+    while (!std::filesystem::exists(folder.file("ended"))) {
+        std::this_thread::yield();
+    }
+    waitUntilAllAreReaped();
+}
+
+TEST(ChildProcess, AnInheritedInputIsOurs) {
+    const int saved = ::dup(STDIN_FILENO);
+    std::array<int, 2> ends = {};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(::write(ends[1], "ours", 4), 4);
+    ::close(ends[1]);
+    ::dup2(ends[0], STDIN_FILENO);
+    ::close(ends[0]);
+    ChildProcessOptions options = shell("cat");
+    options.standardInput = ChildInput::kInherit;
+    const std::string output = wholeOutput(*started(options));
+    ::dup2(saved, STDIN_FILENO);
+    ::close(saved);
+    EXPECT_EQ(output, "ours");
+}
+
+TEST(ChildProcess, NoPipeOfAnotherChildReachesIt) {
+    ChildProcessOptions options = shell("exec sleep 1000");
+    options.standardInput = ChildInput::kPipe;
+    const auto first = started(options);
+    EXPECT_EQ(wholeOutput(*started(shell("exec ls /proc/self/fd"))), "0\n1\n2\n3\n");
+}
+
+TEST(ChildProcess, ATextWithAZeroByteIsAnErrorAndNeverCut) {
+    const std::string cut("/bin/sh\0x", 9);
+    const auto failureOf = [](const ChildProcessOptions& options) {
+        const auto result = ChildProcess::start(options);
+        return result ? 0 : result.error().code;
+    };
+    ChildProcessOptions options = shell("exit 0");
+    options.path = cut;
+    EXPECT_EQ(failureOf(options), EINVAL);
+    options = shell("exit 0");
+    options.arguments.push_back(cut);
+    EXPECT_EQ(failureOf(options), EINVAL);
+    options = shell("exit 0");
+    options.environment = {{cut}};
+    EXPECT_EQ(failureOf(options), EINVAL);
+}
+
+TEST(ChildProcess, ARelativePathIsTakenFromTheCurrentFolder) {
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path("/bin");
+    const auto child = started(program("true"));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(child->wait(), ChildEnd(ExitedWithStatus{0}));
+}
+
+TEST(ChildProcess, AFileThatIsNoProgramIsAnErrorWithItsNumber) {
+    TemporaryFolder folder;
+    std::ofstream(folder.file("text")) << "no program";
+    ASSERT_EQ(::chmod(folder.file("text").c_str(), 0755), 0);
+    const auto result = ChildProcess::start(program(folder.file("text")));
+    ASSERT_FALSE(result);
+    EXPECT_EQ(result.error().code, ENOEXEC);
+}
+
+/// With the first three descriptors closed, as a careless parent may start this program.
+int exitStatusWithoutStandardStreams() {
+    ChildProcessOptions options = shell("cat; printf out; printf err >&2");
+    options.standardInput = ChildInput::kNull;
+    ::close(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    ::close(STDERR_FILENO);
+    const auto result = ChildProcess::start(options);
+    if (!result) {
+        return 1;
+    }
+    ChildProcess& child = *result.value();
+    const bool isWhole = wholeOutput(child) == "out" && wholeError(child) == "err";
+    return isWhole && child.wait() == ChildEnd(ExitedWithStatus{0}) ? 0 : 2;
+}
+
+TEST(ChildProcessDeathTest, ItsStreamsAreRightEvenWhenWeHaveNone) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(std::_Exit(exitStatusWithoutStandardStreams()), testing::ExitedWithCode(0), "");
+}
+
+// Reading that waits.
+
+TEST(ChildProcess, AvailableOutputWaitsForIt) {
+    TemporaryFolder folder;
+    const std::string fifo = folder.file("go");
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    ChildProcessOptions options = shell("printf first; cat \"$0\" >&2; printf second");
+    options.arguments.push_back(fifo);
+    const auto child = started(options);
+    EXPECT_EQ(child->availableOutput(), "first");
+    std::ofstream(fifo) << "error";
+    EXPECT_EQ(child->availableError(), "error");
+    EXPECT_EQ(child->availableOutput(), "second");
+    EXPECT_EQ(child->availableOutput(), "") << "the end";
+    EXPECT_EQ(child->availableOutput(), "") << "and after it";
+    EXPECT_EQ(child->availableError(), "");
+}
+
+TEST(ChildProcess, AvailableOutputGoesOnAfterASignal) {
+    struct sigaction handler = {};
+    struct sigaction before = {};
+    handler.sa_handler = [](int) {
+    };
+    ::sigaction(SIGUSR1, &handler, &before);
+    const auto child = started(shell("exec sleep 1000"));
+    std::atomic<bool> isDone = false;
+    std::jthread reading([&] {
+        EXPECT_EQ(child->availableOutput(), "");
+        isDone = true;
+    });
+    for (int i = 0; i < 100; ++i) {
+        ::pthread_kill(reading.native_handle(), SIGUSR1);
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(isDone);
+    child->signal(SIGTERM);
+    reading.join();
+    ::sigaction(SIGUSR1, &before, nullptr);
+}
+
+TEST(ChildProcess, WaitingForOutputCanBeStoppedByAnotherThread) {
+    const auto child = started(shell("exec sleep 1000"));
+    const WakeEvent stop;
+    std::jthread reading([&] { EXPECT_EQ(child->availableOutput(&stop), ""); });
+    stop.set();
+    reading.join();
+    EXPECT_TRUE(child->isRunning());
+    EXPECT_EQ(child->availableOutput(&stop), "") << "it stays stopped";
+}
+
+TEST(ChildProcess, StopsEvenAStreamWithoutEnd) {
+    const auto child = started(shell("exec cat /dev/zero"));
+    const WakeEvent stop;
+    EXPECT_NE(child->availableOutput(&stop), "");
+    stop.set();
+    EXPECT_EQ(child->availableOutput(&stop), "");
+}
+
+TEST(ChildProcess, OneWhoseOutputIsClosedEndsWhenItWritesOn) {
+    const auto child = started(shell("exec cat /dev/zero"));
+    child->closeOutput();
+    child->closeError();
+    EXPECT_EQ(child->outputDescriptor(), -1);
+    EXPECT_EQ(child->errorDescriptor(), -1);
+    EXPECT_EQ(child->wait(), ChildEnd(KilledBySignal{SIGPIPE}));
+}
+
+// What any thread may ask.
+
+TEST(ChildProcess, KnowsWhetherItRunsWithoutReapingIt) {
+    const auto child = started(shell("exec sleep 1000"));
+    EXPECT_TRUE(child->isRunning());
+    child->signal(SIGKILL);
+    while (child->isRunning()) {
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(::kill(child->processId(), 0), 0) << "a zombie still";
+    EXPECT_EQ(child->wait(), ChildEnd(KilledBySignal{SIGKILL}));
+    EXPECT_FALSE(child->isRunning());
+}
+
+TEST(ChildProcess, CanBeEndedByAnotherThreadWhileOneWaits) {
+    const auto child = started(shell("exec sleep 1000"));
+    const std::jthread other([&] {
+        while (child->isRunning()) {
+            child->signal(SIGTERM);
+        }
+    });
+    EXPECT_EQ(child->wait(), ChildEnd(KilledBySignal{SIGTERM}));
 }
 
 } // namespace

@@ -1,0 +1,60 @@
+#include "platform/files/ExtendedAttributes.h"
+
+#include "platform/PosixError.h"
+
+#include <sys/xattr.h>
+
+#include <cerrno>
+
+namespace fw {
+namespace {
+
+constexpr std::size_t kMostBytes = 65536; // No attribute is longer.
+
+std::string nameOnDisk(const std::string& name) {
+    std::string whole = "user.";
+    return whole.append(name);
+}
+
+/// A zero byte would cut the text, and another file or attribute would be meant.
+bool isWhole(const std::string& text) {
+    return text.find('\0') == std::string::npos;
+}
+
+std::optional<Error> failure(int result) {
+    return result == 0 ? std::nullopt : std::optional(posixError(errno));
+}
+
+} // namespace
+
+Result<std::string> extendedAttribute(const std::string& path, const std::string& name) {
+    if (!isWhole(path) || !isWhole(name)) {
+        return posixError(EINVAL);
+    }
+    std::string bytes(kMostBytes, '\0');
+    const ssize_t length =
+        ::getxattr(path.c_str(), nameOnDisk(name).c_str(), bytes.data(), bytes.size());
+    if (length < 0) {
+        return posixError(errno);
+    }
+    bytes.resize(static_cast<std::size_t>(length));
+    return bytes;
+}
+
+std::optional<Error> setExtendedAttribute(const std::string& path, const std::string& name,
+                                          std::string_view bytes) {
+    if (!isWhole(path) || !isWhole(name)) {
+        return posixError(EINVAL);
+    }
+    return failure(
+        ::setxattr(path.c_str(), nameOnDisk(name).c_str(), bytes.data(), bytes.size(), 0));
+}
+
+std::optional<Error> removeExtendedAttribute(const std::string& path, const std::string& name) {
+    if (!isWhole(path) || !isWhole(name)) {
+        return posixError(EINVAL);
+    }
+    return failure(::removexattr(path.c_str(), nameOnDisk(name).c_str()));
+}
+
+} // namespace fw

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+
+namespace fw {
+
+/// How open files are read, written and positioned: as read(2), write(2) and lseek(2), errno
+/// included. Tests put calls of their own in place; an empty member is the system's own.
+struct FileCalls {
+    std::function<ssize_t(int, void*, std::size_t)> read;
+    std::function<ssize_t(int, const void*, std::size_t)> write;
+    std::function<off_t(int, off_t, int)> seek;
+};
+
+/// Puts other calls in place, for files that are opened afterwards, and returns those before. Safe
+/// from any thread.
+FileCalls setFileCalls(FileCalls calls);
+
+/// The calls in place, none of them empty.
+std::shared_ptr<const FileCalls> currentFileCalls();
+
+} // namespace fw

@@ -1,0 +1,86 @@
+#include "platform/plist/PropertyListFile.h"
+
+#include "platform/FileDescriptor.h"
+#include "platform/PosixError.h"
+#include "platform/files/AtomicFile.h"
+#include "platform/plist/ListNode.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+#include <vector>
+
+namespace fw {
+namespace {
+
+Error listError(const char* description) {
+    return {"PropertyList", 1, description};
+}
+
+/// Everything up to the end of a file; one that is longer than allowed is not read whole.
+Result<std::string> readUpToLimit(int descriptor) {
+    std::vector<char> block(std::size_t{64} * 1024);
+    std::string bytes;
+    while (bytes.size() <= kLargestPropertyList) {
+        const ssize_t length = ::read(descriptor, block.data(), block.size());
+        if (length > 0) {
+            bytes.append(block.data(), static_cast<std::size_t>(length));
+        } else if (length == 0) {
+            return bytes;
+        } else if (errno != EINTR) {
+            return posixError(errno);
+        }
+    }
+    return posixError(EFBIG);
+}
+
+Result<std::string> readSmallFile(const std::string& path) {
+    // A path with a zero byte would be cut there and name another file.
+    if (path.find('\0') != std::string::npos) {
+        return posixError(EINVAL);
+    }
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file) {
+        return posixError(errno);
+    }
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        return posixError(errno);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return posixError(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
+    }
+    return readUpToLimit(file.get());
+}
+
+} // namespace
+
+Result<PropertyListDictionary> readPropertyList(const std::string& path) {
+    const Result<std::string> bytes = readSmallFile(path);
+    if (!bytes) {
+        return bytes.error();
+    }
+    const ListNode root = nodeFromBytes(bytes.value());
+    PropertyListValue value;
+    const bool isSound = root && readNode(root.get(), value);
+    auto* dictionary = std::get_if<PropertyListDictionary>(&value.content);
+    if (!isSound || dictionary == nullptr) {
+        return listError("The file is not a property list with a dictionary.");
+    }
+    return std::move(*dictionary);
+}
+
+std::optional<Error> writePropertyList(const std::string& path,
+                                       const PropertyListDictionary& dictionary) {
+    const ListNode root = nodeFromValue({dictionary});
+    const std::string xml = root ? xmlFromNode(root.get()) : std::string();
+    if (xml.empty() || xml.size() > kLargestPropertyList) {
+        return listError("The property list is too large or too deep.");
+    }
+    return writeFileAtomically(path, xml);
+}
+
+} // namespace fw

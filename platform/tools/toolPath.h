@@ -1,0 +1,24 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+// Where the machine keeps the tools that the suite runs. Safe from any thread.
+namespace fw {
+
+/// The path to run for a tool that the suite knows under `path`: that path itself where it exists
+/// or is not in the table of moved tools, else the machine's own.
+std::string toolPath(const std::string& path);
+
+/// Whether the path, with links followed, is a file that this process may run. A folder, and so a
+/// bundle, is none.
+bool isExecutableFile(const std::string& path);
+
+/// From the path that the suite knows to the file that is run in its place.
+using StandInTools = std::map<std::string, std::string>;
+
+/// Puts files in the place of tools, whatever the machine has, for tests; an empty map takes them
+/// away. Returns those before.
+StandInTools setStandInTools(StandInTools tools);
+
+} // namespace fw

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace fw {
+
+// Requests to the desktop. What they start runs on its own: in a session of its own, with nothing
+// at its standard streams, unseen and reaped at its end, also when this process ends before it.
+// Nobody waits for it, and what becomes of it is not told. Safe from any thread.
+
+/// Opens a file with an application: starts the application with the absolute path of the file as
+/// its only argument. The application is an executable file, or a folder NAME or NAME.app that
+/// holds one: Contents/MacOS/NAME, else the only executable file in Contents/MacOS, else NAME right
+/// in the folder. False when there is none or it does not start.
+bool openFile(const std::string& file, const std::string& applicationPath);
+
+/// Opens files, each given by its path or its "file://" URL, with the application of the desktop
+/// entry IDENTIFIER.desktop in the user's or the machine's folders of applications. False when
+/// there is no such entry, its program is not there or may not run, or there is nothing to open.
+bool openUrls(const std::vector<std::string>& files, const std::string& bundleIdentifier);
+
+/// Who does these requests; tests put others in place. An empty member is the machine's own.
+struct WorkspaceServices {
+    std::function<bool(const std::string& file, const std::string& applicationPath)> openFile;
+    std::function<bool(const std::vector<std::string>& files, const std::string& bundleIdentifier)>
+        openUrls;
+};
+
+/// Puts other services in place and returns those before. It may be called from any thread; a
+/// request on its way meanwhile may still reach the services before.
+WorkspaceServices setWorkspaceServices(WorkspaceServices services);
+
+} // namespace fw
