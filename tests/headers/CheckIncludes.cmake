@@ -11,8 +11,11 @@ set(sees_timecode base)
 set(sees_media base pixels timecode)
 set(sees_platform base)
 set(sees_platform/libav base pixels timecode media platform)
+set(sees_platform/plist base platform platform/files)
+set(sees_platform/workspace base platform platform/process)
 set(sees_support base platform)
-set(sees_scanner base pixels analysis timecode media support platform/connection)
+set(sees_scanner base pixels analysis timecode media support platform/connection
+    platform/mainthread)
 set(sees_oxbow base pixels timecode media support platform platform/connection platform/process)
 set(rooms base pixels analysis timecode media platform support scanner oxbow)
 

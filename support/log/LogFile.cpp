@@ -1,0 +1,80 @@
+#include "support/log/LogFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+namespace fw {
+namespace {
+
+/// The file's size when its last byte ends no line, otherwise 0.
+off_t sizeWhenTorn(int file) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
+        return 0;
+    }
+    char last = '\n';
+    return ::pread(file, &last, 1, status.st_size - 1) == 1 && last != '\n' ? status.st_size : 0;
+}
+
+} // namespace
+
+std::shared_ptr<LogFile> LogFile::open(const std::string& path) {
+    if (path.find('\0') != std::string::npos) {
+        return nullptr;
+    }
+    // Not blocking: a pipe that nobody reads must not hold the log up for ever.
+    FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    if (!file) {
+        return nullptr;
+    }
+    ::fcntl(file.get(), F_SETFL, O_APPEND);
+    return std::shared_ptr<LogFile>(new LogFile(std::move(file)));
+}
+
+LogFile::Outcome LogFile::append(std::string_view lines) {
+    if (mayLineBeTorn_ && isLineTorn()) {
+        const Outcome lineEnd = write("\n");
+        if (lineEnd.error) {
+            return {0, lineEnd.error};
+        }
+    }
+    Outcome outcome = write(lines);
+    mayLineBeTorn_ = outcome.error.has_value();
+    return outcome;
+}
+
+/// Whether the file's last byte ends no line, and stays the last for a moment: another process may
+/// be in the middle of a line. A file that cannot be read is taken for whole.
+bool LogFile::isLineTorn() const {
+    constexpr std::chrono::milliseconds kMoment{2};
+    const std::string path = "/proc/self/fd/" + std::to_string(file_.get());
+    const FileDescriptor reader(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const off_t torn = reader ? sizeWhenTorn(reader.get()) : 0;
+    if (torn == 0) {
+        return false;
+    }
+    std::this_thread::sleep_for(kMoment);
+    return sizeWhenTorn(reader.get()) == torn;
+}
+
+LogFile::Outcome LogFile::write(std::string_view bytes) {
+    Outcome outcome;
+    while (outcome.bytes < bytes.size()) {
+        const std::string_view rest = bytes.substr(outcome.bytes);
+        const ssize_t length = ::write(file_.get(), rest.data(), rest.size());
+        if (length >= 0) {
+            outcome.bytes += static_cast<std::size_t>(length);
+        } else if (errno != EINTR) {
+            outcome.error = Error{"POSIX", errno, std::strerror(errno)};
+            break;
+        }
+    }
+    return outcome;
+}
+
+} // namespace fw

@@ -1,0 +1,561 @@
+#include "support/FWFileManager.h"
+
+#include "platform/files/FileAttributes.h"
+#include "tests/suite/FailingMemory.h"
+#include "tests/suite/FileTest.h"
+
+#include <any>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fw {
+namespace {
+
+using namespace test;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+constexpr std::uint64_t kTwentyMebibytes = 20'971'520;
+using Paths = std::vector<std::string>;
+
+/// What a delegate has been told, in order; background calls are kept apart.
+struct Told {
+    std::mutex mutex;
+    std::vector<std::uint64_t> background;
+    std::vector<std::string> calls;
+    std::optional<FileCopySettings> last;
+    int asked = 0;
+};
+
+class FWFileManagerCopyTest : public FileTest {
+protected:
+    ~FWFileManagerCopyTest() override {
+        finishBackground();
+        told->last.reset(); // It holds the delegate, which holds `told`.
+    }
+
+    const std::shared_ptr<Told> told = std::make_shared<Told>();
+
+    /// Notes everything, and gives one answer.
+    std::optional<FileCopyDelegate> noting(std::optional<bool> answer = true) const {
+        FileCopyDelegate delegate;
+        const std::thread::id caller = std::this_thread::get_id();
+        delegate.fileCopyBytesWritten = [told = told, caller](std::uint64_t bytes,
+                                                              const FileCopySettings&) {
+            const std::lock_guard lock(told->mutex);
+            if (std::this_thread::get_id() == caller) {
+                told->calls.push_back("written " + std::to_string(bytes));
+            } else {
+                told->background.push_back(bytes);
+            }
+        };
+        delegate.fileCopyShouldContinue = [told = told, answer](const FileCopySettings&) {
+            const std::lock_guard lock(told->mutex);
+            ++told->asked;
+            return answer;
+        };
+        delegate.fileCopyVerificationFailed = [told = told](const FileCopySettings& settings,
+                                                            const std::string& file) {
+            const std::lock_guard lock(told->mutex);
+            told->calls.push_back("failed " + fs::path(file).filename().string() + " " +
+                                  settings.destChecksum.value_or("-"));
+        };
+        delegate.fileCopyFinished = [told = told](const FileCopySettings& settings) {
+            const std::lock_guard lock(told->mutex);
+            told->calls.emplace_back("finished");
+            told->last = settings;
+        };
+        return delegate;
+    }
+    static bool copied(const std::string& source, const Paths& destinations,
+                       FileVerification verification = FileVerification::kNone,
+                       const std::optional<FileCopyDelegate>& delegate = std::nullopt) {
+        return FWFileManager::copyFileWithProgress(source, destinations, verification, delegate, {},
+                                                   {});
+    }
+    static std::string unopened(const std::string& path) {
+        return "Error: Unable to open destination file " + path + ". Aborting copy process...";
+    }
+    static bool isForWriting(int descriptor) {
+        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+    }
+};
+
+// Whole copies
+
+TEST_F(FWFileManagerCopyTest, CopiesAFileToEveryDestination) {
+    for (const std::size_t size : {0UL, 1UL, kChunk - 1, kChunk, kChunk + 1, 3 * kChunk}) {
+        const std::string bytes = someBytes(size);
+        EXPECT_TRUE(copied(made("a", bytes), {path("b"), path("c")})) << size;
+        EXPECT_EQ(contents("b"), bytes);
+        EXPECT_EQ(contents("c"), bytes);
+        EXPECT_EQ(contents("a"), bytes);
+    }
+    EXPECT_THAT(systemLogged(), IsEmpty());
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyTest, TheFormsForOneDestinationDoNotVerify) {
+    made("a", "text");
+    EXPECT_TRUE(FWFileManager::copyFileWithProgress(path("a"), path("b"), noting(),
+                                                    std::string("first"), 2));
+    EXPECT_EQ(contents("b"), "text");
+    EXPECT_EQ(std::any_cast<std::string>(told->last->object), "first");
+    EXPECT_EQ(std::any_cast<int>(told->last->object2), 2);
+    EXPECT_EQ(told->last->sourceChecksum, std::nullopt);
+    EXPECT_TRUE(FWFileManager::copyFileWithProgress(path("a"), path("c"), noting(), 3));
+    EXPECT_EQ(contents("c"), "text");
+    EXPECT_EQ(std::any_cast<int>(told->last->object), 3);
+    EXPECT_FALSE(told->last->object2.has_value());
+}
+
+TEST_F(FWFileManagerCopyTest, OverwritesALongerFile) {
+    made("b", "a longer text");
+    EXPECT_TRUE(copied(made("a", "text"), {path("b")}));
+    EXPECT_EQ(contents("b"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, VerifiesWithEachDigest) {
+    made("a", "abc");
+    const std::vector<std::pair<FileVerification, std::string>> all = {
+        {FileVerification::kMd5, "900150983cd24fb0d6963f7d28e17f72"},
+        {FileVerification::kSha1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {FileVerification::kSha256,
+         "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+        {FileVerification::kSha512,
+         "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+         "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f"}};
+    for (const auto& [verification, checksum] : all) {
+        told->calls.clear();
+        EXPECT_TRUE(copied(path("a"), {path("b"), path("c")}, verification, noting()));
+        EXPECT_EQ(told->last->sourceChecksum, checksum);
+        EXPECT_EQ(told->last->destChecksums, (Paths{checksum, checksum}));
+        EXPECT_EQ(told->last->destChecksum, std::nullopt);
+        EXPECT_THAT(told->calls, ElementsAre("written 3", "finished"));
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, VerificationTypeFiveBehavesAsNone) {
+    EXPECT_TRUE(copied(made("a", "abc"), {path("b")}, FileVerification{5}, noting()));
+    EXPECT_EQ(told->last->sourceChecksum, std::nullopt);
+    EXPECT_EQ(told->last->destChecksums, std::nullopt);
+}
+
+TEST_F(FWFileManagerCopyTest, AnEmptySourceIsCopiedWithTheChecksumOfEmptyInput) {
+    EXPECT_TRUE(copied(made("a", ""), {path("b")}, FileVerification::kMd5, noting()));
+    EXPECT_THAT(told->calls, ElementsAre("written 0", "finished"));
+    EXPECT_THAT(told->background, IsEmpty());
+    EXPECT_EQ(told->last->sourceChecksum, "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_EQ(told->last->destChecksums, Paths{"d41d8cd98f00b204e9800998ecf8427e"});
+}
+
+TEST_F(FWFileManagerCopyTest, MissingFoldersAreCreated) {
+    EXPECT_TRUE(copied(made("a", "text"), {path("x/y/b"), path("z/c")}));
+    EXPECT_EQ(contents("x/y/b"), "text");
+    EXPECT_EQ(contents("z/c"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, TwoEqualDestinationsAreWrittenTwice) {
+    const std::string bytes = someBytes(2 * kChunk + 5);
+    EXPECT_TRUE(
+        copied(made("a", bytes), {path("b"), path("b")}, FileVerification::kSha1, noting()));
+    EXPECT_EQ(contents("b"), bytes);
+    EXPECT_THAT(told->calls, ElementsAre(testing::StartsWith("written"), "finished"));
+}
+
+TEST_F(FWFileManagerCopyTest, NamesMayBeLongAndNeedNotBeText) {
+    made("a", "text");
+    for (const std::string& name :
+         {std::string(255, 'n'), std::string("\xFF\xFE"), std::string("100%@ %d")}) {
+        EXPECT_TRUE(copied(path("a"), {path(name)}));
+        EXPECT_EQ(contents(name), "text");
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, ADanglingLinkAsDestinationIsWrittenThrough) {
+    fs::create_symlink(path("target"), path("link"));
+    EXPECT_TRUE(copied(made("a", "text"), {path("link")}));
+    EXPECT_EQ(contents("target"), "text");
+}
+
+// The settings
+
+TEST_F(FWFileManagerCopyTest, TheKeyValueViewHoldsWhatIsPresent) {
+    EXPECT_TRUE(FWFileManager::copyFileWithProgress(made("a", "abc"), Paths{path("b")},
+                                                    FileVerification::kMd5, noting(), 1, {}));
+    const std::map<std::string, std::any> view = told->last->keyValueView();
+    std::vector<std::string> keys;
+    for (const auto& [key, value] : view) {
+        keys.push_back(key);
+    }
+    EXPECT_THAT(keys, ElementsAre("delegate", "destChecksums", "destinations", "object",
+                                  "operationtype", "source", "sourceChecksum"));
+    EXPECT_EQ(std::any_cast<std::string>(view.at("operationtype")), "copy");
+    EXPECT_EQ(std::any_cast<std::string>(view.at("source")), path("a"));
+    EXPECT_EQ(std::any_cast<Paths>(view.at("destinations")), Paths{path("b")});
+    EXPECT_EQ(std::any_cast<int>(view.at("object")), 1);
+    EXPECT_EQ(std::any_cast<Paths>(view.at("destChecksums")).size(), 1U);
+    EXPECT_TRUE(std::any_cast<FileCopyDelegate>(view.at("delegate")).fileCopyFinished);
+}
+
+TEST_F(FWFileManagerCopyTest, TheKeyValueViewOfACopyWithoutAnythingHasThreeKeys) {
+    FileCopySettings settings;
+    EXPECT_EQ(settings.keyValueView().size(), 3U);
+    settings.object2 = 1;
+    settings.destChecksum = "x";
+    EXPECT_EQ(settings.keyValueView().count("object2"), 1U);
+    EXPECT_EQ(settings.keyValueView().count("destChecksum"), 1U);
+}
+
+// Refusals
+
+TEST_F(FWFileManagerCopyTest, AMissingSourceIsRefused) {
+    fs::create_symlink(path("nowhere"), path("dangling"));
+    for (const std::string& source :
+         {path("missing"), path("dangling"), std::string(), path("x") + std::string("\0y", 2)}) {
+        EXPECT_FALSE(copied(source, {path("b")}));
+        EXPECT_EQ(systemLogged().back(),
+                  "Error: File " + source + " doesn't exist. Aborting copy process...");
+    }
+    EXPECT_FALSE(exists("b"));
+}
+
+TEST_F(FWFileManagerCopyTest, ACopyToNowhereIsRefused) {
+    EXPECT_FALSE(copied(made("a", ""), {}));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: You must have at least one destination. Aborting copy "
+                            "process..."));
+}
+
+TEST_F(FWFileManagerCopyTest, AFolderThatCannotBeCreatedEndsTheCopyBeforeAnythingIsOpened) {
+    made("file", "");
+    made("b", "kept");
+    EXPECT_FALSE(copied(made("a", "text"), {path("b"), path("file/x/c")}));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Unable to copy file " + path("a") + " - destination directory " +
+                            path("file/x") + " doesn't exist. Aborting copy process..."));
+    EXPECT_THAT(logged(), ElementsAre("Error creating folder: Not a directory. Authorizing..."));
+    EXPECT_EQ(contents("b"), "kept");
+}
+
+TEST_F(FWFileManagerCopyTest, NoFolderIsCreatedOnADriveThatIsNotMounted) {
+    const std::string folder = "/Volumes/no drive of this name/x";
+    EXPECT_FALSE(FWFileManager::isDriveMountedForPath(folder));
+    EXPECT_FALSE(copied(made("a", "text"), {folder + "/b"}));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Unable to create directory. Drive is not mounted.",
+                            "Unable to copy file " + path("a") + " - destination directory " +
+                                folder + " doesn't exist. Aborting copy process..."));
+}
+
+TEST_F(FWFileManagerCopyTest, PathsThatNameNoVolumeCountAsMounted) {
+    for (const char* name : {"", "/", "/Volumes", "/Volumes/", "/volumes/x", "Volumes/x", "/x"}) {
+        EXPECT_TRUE(FWFileManager::isDriveMountedForPath(name)) << name;
+    }
+    EXPECT_FALSE(FWFileManager::isDriveMountedForPath("/Volumes/no drive of this name"));
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceThatIsNoFileIsRefusedBeforeADestinationIsTouched) {
+    fs::create_directory(path("folder"));
+    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+    made("b", "kept");
+    for (const std::string& source : {path("folder"), path("fifo"), std::string("/dev/zero")}) {
+        EXPECT_FALSE(copied(source, {path("b")}));
+        EXPECT_EQ(systemLogged().back(),
+                  "Error: Unable to read source file " + source + ". Aborting copy process...");
+    }
+    EXPECT_EQ(contents("b"), "kept");
+}
+
+TEST_F(FWFileManagerCopyTest, ADestinationThatCannotBeOpenedEndsTheCopyAndNothingIsEmptied) {
+    fs::create_directory(path("folder"));
+    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+    fs::create_symlink(path("loop"), path("loop"));
+    made("a", "text");
+    made("b", "kept");
+    for (const std::string& destination :
+         {path("folder"), path("fifo"), path("loop"), path(std::string(256, 'n')),
+          std::string("/dev/null"), path("x") + std::string("\0y", 2)}) {
+        EXPECT_FALSE(copied(path("a"), {path("b"), destination}));
+        EXPECT_EQ(systemLogged().back(), unopened(destination));
+        EXPECT_EQ(contents("b"), "kept");
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceIsNeverItsOwnDestination) {
+    made("a", "text");
+    made("b", "kept");
+    fs::create_hard_link(path("a"), path("hard"));
+    fs::create_symlink(path("a"), path("soft"));
+    for (const std::string& name : {path("a"), path("hard"), path("soft"), path("./a")}) {
+        EXPECT_FALSE(copied(path("a"), {path("b"), path("new"), name}));
+        EXPECT_EQ(systemLogged().back(), unopened(name));
+        EXPECT_EQ(contents("a"), "text");
+        EXPECT_EQ(contents("b"), "kept");
+        EXPECT_FALSE(exists("new"));
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, WithoutMemoryForEitherBufferItSaysSo) {
+    made("a", "text");
+    const std::string message = "Error copying file " + path("a") + " - out of memory";
+    for (const int successes : {0, 1}) {
+        EXPECT_EQ(printedBy([&] {
+                      const FailingMemory memory(successes);
+                      EXPECT_FALSE(copied(path("a"), {path("b")}));
+                  }),
+                  message + "\n");
+    }
+    EXPECT_THAT(logged(), ElementsAre(message, message));
+}
+
+// Faults on the way
+
+TEST_F(FWFileManagerCopyTest, AReadErrorInTheMiddleEndsTheCopyAndKeepsTheSource) {
+    int reads = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      if (++reads == 2) {
+                          errno = EIO;
+                          return -1;
+                      }
+                      return ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    const std::string bytes = someBytes(3 * kChunk);
+    made("a", bytes);
+    const std::string message = "Error reading file " + path("a") + " - aborting...";
+    EXPECT_EQ(printedBy([&] {
+                  EXPECT_FALSE(copied(path("a"), {path("b")}, FileVerification::kNone, noting()));
+              }),
+              message + "\n");
+    EXPECT_THAT(logged(), ElementsAre(message));
+    EXPECT_THAT(told->calls, IsEmpty());
+    EXPECT_EQ(contents("a"), bytes);
+    EXPECT_EQ(contents("b"), bytes.substr(0, kChunk));
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceThatShrinksFailsWithTheSizeMessage) {
+    made("a", someBytes(3 * kChunk));
+    int reads = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      if (++reads == 2) {
+                          fs::resize_file(path("a"), kChunk);
+                      }
+                      return ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_FALSE(copied(path("a"), {path("b")}, FileVerification::kNone, noting()));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: copied file size does not match original source " + path("a")));
+    EXPECT_THAT(told->calls, IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceThatGrowsIsCopiedToItsNewEnd) {
+    made("a", someBytes(kChunk));
+    int reads = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      if (++reads == 2) {
+                          fs::resize_file(path("a"), kChunk + 9);
+                      }
+                      return ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_TRUE(copied(path("a"), {path("b")}));
+    EXPECT_EQ(contents("b").size(), kChunk + 9);
+}
+
+TEST_F(FWFileManagerCopyTest, AShortWriteIsToldAndTheCopyGoesOn) {
+    made("a", someBytes(2 * kChunk));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{kChunk + 100, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    const bool isDone = copied(path("a"), {path("b")}, FileVerification::kSha1, noting());
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_TRUE(isDone);
+    EXPECT_THAT(systemLogged(), ElementsAre("Error writing file " + path("b") + ": 1"));
+    EXPECT_THAT(told->calls,
+                ElementsAre("written 131072",
+                            "failed b " + FWFileManager::sha1HashForFile(path("b")), "finished"));
+    EXPECT_EQ(contents("b"), contents("a").substr(0, kChunk + 100));
+}
+
+TEST_F(FWFileManagerCopyTest, AByteThatChangesBetweenWriteAndReadBackIsFound) {
+    setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      const ssize_t read = ::read(descriptor, bytes, count);
+                      if (isForWriting(descriptor) && read == 7) {
+                          static_cast<char*>(bytes)[3] ^= 1;
+                      }
+                      return read;
+                  },
+                  .write = {},
+                  .seek = {}});
+    made("a", someBytes(kChunk + 7));
+    EXPECT_TRUE(copied(path("a"), {path("b"), path("c")}, FileVerification::kSha256, noting()));
+    ASSERT_EQ(told->last->destChecksums->size(), 2U);
+    const std::string wrong = told->last->destChecksums->front();
+    EXPECT_NE(wrong, told->last->sourceChecksum);
+    EXPECT_EQ(told->last->destChecksum, wrong);
+    EXPECT_THAT(told->calls,
+                ElementsAre("written 65543", "failed b " + wrong, "failed c " + wrong, "finished"));
+}
+
+TEST_F(FWFileManagerCopyTest, AMismatchThatNobodyIsToldOfLeavesNoChecksumOfAFailure) {
+    setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      return isForWriting(descriptor) ? 0 : ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    std::optional<FileCopyDelegate> delegate = noting();
+    delegate->fileCopyVerificationFailed = nullptr;
+    EXPECT_TRUE(copied(made("a", "abc"), {path("b")}, FileVerification::kMd5, delegate));
+    EXPECT_EQ(told->last->destChecksums, Paths{"d41d8cd98f00b204e9800998ecf8427e"});
+    EXPECT_EQ(told->last->destChecksum, std::nullopt);
+}
+
+TEST_F(FWFileManagerCopyTest, APositionThatCannotBeSetIsToldInFiveLines) {
+    setFileCalls(
+        {.read = {}, .write = {}, .seek = [](int descriptor, off_t offset, int whence) -> off_t {
+             if (whence == SEEK_SET) {
+                 errno = EIO;
+                 return -1;
+             }
+             return ::lseek(descriptor, offset, whence);
+         }});
+    made("a", someBytes(kChunk + 3));
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kMd5, noting()));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: unable to seek within file " + path("b"), "cur pos: 0",
+                            "read size: 65536", "errno: 5", "err: 0",
+                            "Error: unable to seek within file " + path("b"), "cur pos: 65536",
+                            "read size: 3", "errno: 5", "err: 0"));
+    EXPECT_THAT(told->calls, Contains("failed b d41d8cd98f00b204e9800998ecf8427e"));
+}
+
+// The delegate
+
+TEST_F(FWFileManagerCopyTest, ReportsOnceForTwentyMebibytesInTheBackground) {
+    std::optional<FileCopyDelegate> delegate = noting();
+    EXPECT_TRUE(copied(madeSparse("a", 2 * kTwentyMebibytes + 1), {path("b")},
+                       FileVerification::kNone, delegate));
+    finishBackground();
+    EXPECT_THAT(told->background,
+                testing::UnorderedElementsAre(kTwentyMebibytes, 2 * kTwentyMebibytes));
+    EXPECT_EQ(told->asked, 2);
+    EXPECT_THAT(told->calls, ElementsAre("written 41943041", "finished"));
+}
+
+TEST_F(FWFileManagerCopyTest, OneByteLessThanTwentyMebibytesIsNotReportedInTheBackground) {
+    std::optional<FileCopyDelegate> delegate = noting(false);
+    EXPECT_TRUE(copied(madeSparse("a", kTwentyMebibytes - 1), {path("b")}, FileVerification::kNone,
+                       delegate));
+    EXPECT_EQ(told->asked, 0);
+}
+
+TEST_F(FWFileManagerCopyTest, ACancelledCopyIsCompleteButFailsWithoutAnotherCall) {
+    for (const std::optional<bool> answer : {std::optional(false), std::optional<bool>()}) {
+        const std::uint64_t size = kTwentyMebibytes + 1;
+        const auto before = fileAttributes(made("b", "")).creationDate;
+        bool isWaiting = true;
+        std::uint64_t total = 0;
+        setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                          if (total == kTwentyMebibytes && std::exchange(isWaiting, false)) {
+                              finishBackground(); // The answer is there.
+                          }
+                          const ssize_t read = ::read(descriptor, bytes, count);
+                          total += static_cast<std::uint64_t>(read);
+                          return read;
+                      },
+                      .write = {},
+                      .seek = {}});
+        EXPECT_FALSE(
+            copied(madeSparse("a", size), {path("b")}, FileVerification::kNone, noting(answer)));
+        setFileCalls({});
+        EXPECT_EQ(fs::file_size(path("b")), size);
+        EXPECT_THAT(told->calls, IsEmpty());
+        EXPECT_EQ(fileAttributes(path("b")).creationDate, before);
+        EXPECT_THAT(systemLogged(), IsEmpty());
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsDoesNotStopTheCopy) {
+    FileCopyDelegate delegate;
+    delegate.fileCopyBytesWritten = [](std::uint64_t, const FileCopySettings&) {
+        throw std::runtime_error("written");
+    };
+    delegate.fileCopyFinished = [](const FileCopySettings&) {
+        throw 5;
+    };
+    EXPECT_TRUE(copied(made("a", "text"), {path("b")}, FileVerification::kNone, delegate));
+    EXPECT_EQ(contents("b"), "text");
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Exception in a delegate: written", "Exception in a delegate: int"));
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatImplementsNothingIsNotCalled) {
+    EXPECT_TRUE(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")}, FileVerification::kSha1,
+                       FileCopyDelegate{}));
+}
+
+// Dates
+
+TEST_F(FWFileManagerCopyTest, HandsOnDatesAndFinderAttributes) {
+    using std::chrono::nanoseconds;
+    const FileAttributes given{.creationDate = FileAttributes::Date(nanoseconds(123'456'789)),
+                               .modificationDate = FileAttributes::Date(nanoseconds(987'654'321)),
+                               .isExtensionHidden = true,
+                               .creatorCode = 0x41424344U,
+                               .typeCode = 0x61626364U};
+    ASSERT_EQ(setFileAttributes(made("a", "text"), given), std::nullopt);
+    EXPECT_TRUE(copied(path("a"), {path("b"), path("c")}));
+    EXPECT_EQ(fileAttributes(path("b")), given);
+    EXPECT_EQ(fileAttributes(path("c")), given);
+}
+
+TEST_F(FWFileManagerCopyTest, ACopyIsAsOldAsItsSource) {
+    made("a", "text");
+    const FileAttributes before = fileAttributes(path("a"));
+    EXPECT_TRUE(copied(path("a"), {path("b")}));
+    EXPECT_EQ(fileAttributes(path("b")), before);
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceWithoutACreationDateHandsOnNoAttribute) {
+    ASSERT_EQ(fileAttributes("/proc/self/comm").creationDate, std::nullopt);
+    FileAttributes old;
+    old.creationDate = FileAttributes::Date(std::chrono::nanoseconds(5));
+    ASSERT_EQ(setFileAttributes(made("b", ""), old), std::nullopt);
+    EXPECT_TRUE(copied("/proc/self/comm", {path("b")}));
+    EXPECT_EQ(fileAttributes(path("b")).creationDate, old.creationDate);
+    EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyTest, AttributesThatCannotBeSetAreToldAndTheCopySucceeds) {
+    made("a", "text");
+    std::optional<FileCopyDelegate> delegate = noting();
+    delegate->fileCopyBytesWritten = [&](std::uint64_t, const FileCopySettings&) {
+        fs::remove(path("b"));
+    };
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kNone, delegate));
+    EXPECT_THAT(systemLogged(), ElementsAre("Error setting metadata for file " + path("b") +
+                                            " - No such file or directory"));
+    EXPECT_THAT(told->calls, ElementsAre("finished"));
+}
+
+} // namespace
+} // namespace fw

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "platform/files/fileCalls.h"
+#include "tests/suite/SuiteLog.h"
+#include "tests/support/FileText.h"
+#include "tests/support/SystemLogCapture.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace fw::test {
+
+/// Waits as long as it takes; the time limit of the test ends what never comes.
+template <typename Claim>
+void waitUntil(Claim claim) {
+    while (!claim()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+/// Chunk and question step of the file operations.
+constexpr std::size_t kChunk = 65536;
+constexpr std::uint64_t kFiftyMebibytes = 52'428'800;
+
+/// Waits until everything that runs in the background by now has ended.
+void finishBackground();
+
+/// So many bytes, no two chunks alike.
+std::string someBytes(std::size_t count);
+
+/// A test of file operations in a folder of its own, in a process whose log lies in a home of its
+/// own.
+class FileTest : public testing::Test {
+protected:
+    ~FileTest() override { setFileCalls({}); }
+
+    std::vector<std::string> logged() const { return log_.texts(); }
+    std::vector<std::string> systemLogged() const { return systemLog_.linesUpToNow(); }
+
+    std::string path(const std::string& name) const { return folder_.file(name); }
+    std::string made(const std::string& name, std::string_view bytes) const {
+        writeText(path(name), bytes);
+        return path(name);
+    }
+    /// A file of zero bytes that takes no room.
+    std::string madeSparse(const std::string& name, std::uint64_t size) const {
+        std::ofstream(path(name)).close();
+        std::filesystem::resize_file(path(name), size);
+        return path(name);
+    }
+    std::string contents(const std::string& name) const { return readText(path(name)); }
+    bool exists(const std::string& name) const {
+        return std::filesystem::exists(std::filesystem::symlink_status(path(name)));
+    }
+
+private:
+    TemporaryFolder folder_;
+    SuiteLog log_;
+    SystemLogCapture systemLog_;
+};
+
+} // namespace fw::test
