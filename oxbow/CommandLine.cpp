@@ -1,8 +1,10 @@
 #include "oxbow/CommandLine.h"
 
+#include "base/Version.h"
 #include "oxbow/NumberText.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
 
 #include <functional>
 #include <limits>
@@ -139,7 +141,7 @@ Request parsedCommandLine(const std::vector<std::string>& arguments) {
     app.footer("Exit status: 0 no faults, 1 faults, 2 scan incomplete, 3 movie cannot be opened,\n"
                "4 internal or output error, 64 wrong arguments.");
     app.require_subcommand(1);
-    app.set_version_flag("--version", "oxbow " FW_VERSION);
+    app.set_version_flag("--version", fmt::format("oxbow {}", projectVersion()));
 
     ScanRequest scanRequest;
     CLI::App& scan = *app.add_subcommand("scan", "Scan a movie and show what is found");

@@ -3,10 +3,12 @@
 #include "base/numbers.h"
 #include "base/text.h"
 #include "media/FWAVFoundation.h"
+#include "support/CrashReports.h"
 #include "support/FWFileManager.h"
 
 #include <algorithm>
 #include <cstdio>
+#include <thread>
 #include <utility>
 
 namespace fw {
@@ -32,11 +34,6 @@ constexpr std::size_t kFlashFrameLength = 10;
 constexpr std::size_t kFlashFrameSensitivity = 11;
 constexpr std::size_t kEnforceAspectRatio = 12;
 constexpr std::size_t kAspectRatio = 13;
-
-int endedWithError(const char* line) {
-    std::puts(line);
-    return 1;
-}
 
 bool isCountAcceptable(const Arguments& arguments) {
     return arguments.size() >= kFewestArguments ||
@@ -88,8 +85,10 @@ RunDriver::RunDriver(RunServices services) : services_(std::move(services)) {}
 
 int RunDriver::run(const Arguments& arguments) const {
     if (!isCountAcceptable(arguments)) {
-        return endedWithError("ERR:Invalid argument count");
+        std::puts("ERR:Invalid argument count");
+        return 1;
     }
+    services_.diagnostics.start();
     const std::string& path = arguments.at(kMoviePath);
     if (!FWFileManager::fileExistsAtPath(path)) {
         return endedWithError(
@@ -100,7 +99,15 @@ int RunDriver::run(const Arguments& arguments) const {
         return endedWithError("ERR:Unable to load movie. This codec may not be supported.");
     }
     runScan(arguments, asset);
+    services_.diagnostics.finishLog();
+    services_.diagnostics.stopBugReporter();
     return 0;
+}
+
+int RunDriver::endedWithError(const char* line) const {
+    std::puts(line);
+    services_.diagnostics.stopBugReporter();
+    return 1;
 }
 
 void RunDriver::runScan(const Arguments& arguments,
@@ -113,7 +120,10 @@ void RunDriver::runScan(const Arguments& arguments,
     scan.setTimeRange(range);
     configureChecks(scan, arguments);
 
-    const std::jthread worker([&scan] { scan.startScanning(); });
+    const std::jthread worker([&scan] {
+        const CrashReportedThread reported;
+        scan.startScanning();
+    });
     while (!scan.scanComplete()) {
         services_.pause(kPollingInterval);
     }

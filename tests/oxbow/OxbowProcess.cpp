@@ -1,5 +1,6 @@
 #include "tests/oxbow/OxbowProcess.h"
 
+#include "tests/support/OrdinaryUser.h"
 #include "tests/support/TestMovie.h"
 
 #include <fcntl.h>
@@ -89,10 +90,12 @@ Finished OxbowProcess::wait() {
 
 OxbowHouse::OxbowHouse(Scanner scanner) {
     fs::create_directory(file("bin"));
-    fs::copy_file(FW_OXBOW_PROGRAM, program());
+    fs::copy_file(reachable(FW_OXBOW_PROGRAM), program());
+    fs::copy_file(reachable(FW_PYTHON_PARENT), pythonParent());
     if (scanner != Scanner::kNone) {
-        fs::copy_file(scanner == Scanner::kFake ? FW_FAKE_SCANNER_PROGRAM : FW_SCANNER_PROGRAM,
-                      file("bin/OxbowGlint"));
+        fs::copy_file(
+            reachable(scanner == Scanner::kFake ? FW_FAKE_SCANNER_PROGRAM : FW_SCANNER_PROGRAM),
+            file("bin/OxbowGlint"));
     }
     for (const char* name : {"run", "home"}) {
         ::mkdir(file(name).c_str(), 0700);

@@ -64,6 +64,8 @@ public:
     std::string file(const std::string& name) const { return folder_.file(name); }
     std::string movie() const { return file("movie.y4m"); }
     std::string program() const { return file("bin/oxbow"); }
+    /// The example of a parent in Python.
+    std::string pythonParent() const { return file("bin/parent.py"); }
     /// Makes the movie once more under another name.
     std::string movieNamed(const std::string& name) const;
     /// What the fake scanner does from now on.

@@ -188,7 +188,7 @@ TEST_F(RealScanner, APathThatIsNotUtf8IsScanned) {
 TEST_F(RealScanner, TheParentInPythonScansAMovie) {
     const std::string movie = movieWithBlackSpots("25:1", 20, {5, 6});
     OxbowProcess parent("/usr/bin/python3",
-                        {FW_PYTHON_PARENT, "--scanner", house_.file("bin/OxbowGlint"), movie},
+                        {house_.pythonParent(), "--scanner", house_.file("bin/OxbowGlint"), movie},
                         house_.file("python.out"), house_.file("python.err"), {});
     const Finished scan = parent.wait();
     EXPECT_EQ(scan.status, 1) << scan.error;
@@ -198,10 +198,10 @@ TEST_F(RealScanner, TheParentInPythonScansAMovie) {
 }
 
 TEST_F(RealScanner, TheParentInPythonSaysWhenAMovieCannotBeScanned) {
-    OxbowProcess parent(
-        "/usr/bin/python3",
-        {FW_PYTHON_PARENT, "--scanner", house_.file("bin/OxbowGlint"), house_.file("missing.mov")},
-        house_.file("python.out"), house_.file("python.err"), {});
+    OxbowProcess parent("/usr/bin/python3",
+                        {house_.pythonParent(), "--scanner", house_.file("bin/OxbowGlint"),
+                         house_.file("missing.mov")},
+                        house_.file("python.out"), house_.file("python.err"), {});
     const Finished scan = parent.wait();
     EXPECT_EQ(scan.status, 3);
     EXPECT_THAT(scan.error, HasSubstr("ERR:Unable to locate file."));
@@ -216,7 +216,7 @@ TEST(ParentInPython, LeavesALivingSocketAlone) {
     const FileDescriptor listener = listenAtSocket(path);
     OxbowProcess parent(
         "/usr/bin/python3",
-        {FW_PYTHON_PARENT, "--scanner", house.file("bin/OxbowGlint"), house.movie()},
+        {house.pythonParent(), "--scanner", house.file("bin/OxbowGlint"), house.movie()},
         house.file("python.out"), house.file("python.err"), {});
     const Finished refused = parent.wait();
     EXPECT_EQ(refused.status, 3);
@@ -227,7 +227,7 @@ TEST(ParentInPython, LeavesALivingSocketAlone) {
 TEST(ParentInPython, AndOxbowRespectEachOther) {
     const OxbowHouse house(OxbowHouse::Scanner::kFake);
     house.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nsleep");
-    const std::vector<std::string> arguments = {FW_PYTHON_PARENT, "--scanner",
+    const std::vector<std::string> arguments = {house.pythonParent(), "--scanner",
                                                 house.file("bin/OxbowGlint"), house.movie()};
     OxbowProcess parent("/usr/bin/python3", arguments, house.file("python.out"),
                         house.file("python.err"), {});

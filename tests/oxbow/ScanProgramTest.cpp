@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -286,6 +287,27 @@ TEST_F(ScanProgram, TwoMoviesAtOnceAreBothScanned) {
     const auto second = house_.start({"scan", other});
     EXPECT_EQ(first->wait().status, 0);
     EXPECT_EQ(second->wait().status, 0);
+}
+
+TEST(ScanProgramCrash, LeavesAReportInTheUsersFolder) {
+    const rlimit noCore{0, 0};
+    ::setrlimit(RLIMIT_CORE, &noCore);
+    const OxbowHouse house(OxbowHouse::Scanner::kFake);
+    house.setScript("sleep");
+    const auto oxbow = house.start({"scan", house.movie()});
+    ASSERT_TRUE(comesTrue([&] { return house.scannerProcessId() != 0; }));
+    oxbow->signal(SIGABRT);
+    EXPECT_EQ(oxbow->wait().status, 1000 + SIGABRT);
+    std::vector<std::string> reports;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(house.file("home/Library/Logs/DiagnosticReports"))) {
+        EXPECT_THAT(entry.path().filename().string(), testing::StartsWith("oxbow_"));
+        reports.push_back(contentOf(entry.path()));
+    }
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_THAT(reports[0], HasSubstr("\nSignal: SIGABRT (6), code SI_USER (0), sent by process "));
+    ::kill(house.scannerProcessId(), SIGKILL);
+    EXPECT_TRUE(comesTrue([&] { return !isRunning(house.scannerProcessId()); }));
 }
 
 } // namespace

@@ -39,9 +39,15 @@ protected:
         std::ofstream(path) << "a movie";
         services.openAsset = [this](const std::string& opened) {
             openedPaths.push_back(opened);
+            steps.push_back("open");
             return movie;
         };
         services.findConnection = parent.finder();
+        services.diagnostics = {[this] { steps.push_back("start"); },
+                                [this] { steps.push_back("finish log"); },
+                                [this] {
+                                    steps.push_back("stop bug reporter");
+                                }};
         services.pause = [this](std::chrono::milliseconds length) {
             pauses.push_back(length);
             std::this_thread::yield();
@@ -61,6 +67,7 @@ protected:
 
     int run(const Lines& arguments) {
         parent.events.clear();
+        steps.clear();
         testing::internal::CaptureStdout();
         const int status = RunDriver(services).run(arguments);
         output = testing::internal::GetCapturedStdout();
@@ -79,6 +86,7 @@ protected:
     ParentRecord parent;
     std::shared_ptr<test::SyntheticAsset> movie = cleanMovie(5);
     Lines openedPaths;
+    Lines steps; ///< What the last run did with its log and crash reporter, and when it opened.
     std::vector<std::chrono::milliseconds> pauses;
     RunServices services;
     std::string output;
@@ -95,6 +103,55 @@ TEST_F(RunDriverTest, FewerThanTwelveArgumentsAreRefusedBeforeAnythingIsOpened) 
     }
     EXPECT_THAT(openedPaths, IsEmpty());
     EXPECT_THAT(parent.names, IsEmpty());
+}
+
+// The log and the crash reporter.
+
+TEST_F(RunDriverTest, AWrongNumberOfArgumentsStartsNothing) {
+    run({"OxbowGlint", path});
+    EXPECT_THAT(steps, IsEmpty());
+}
+
+TEST_F(RunDriverTest, AMissingFileStopsTheCrashReporterAndDoesNotFinishTheLog) {
+    EXPECT_EQ(run(argumentsWith(1, "/nowhere/at/all")), 1);
+    EXPECT_THAT(steps, ElementsAre("start", "stop bug reporter"));
+}
+
+TEST_F(RunDriverTest, AnUnreadableMovieStopsTheCrashReporterAndDoesNotFinishTheLog) {
+    movie->playable_ = false;
+    EXPECT_EQ(run(fullArguments()), 1);
+    EXPECT_THAT(steps, ElementsAre("start", "open", "stop bug reporter"));
+    movie->playable_ = true;
+    movie->readable_ = false;
+    EXPECT_EQ(run(fullArguments()), 1);
+    EXPECT_THAT(steps, ElementsAre("start", "open", "stop bug reporter"));
+}
+
+TEST_F(RunDriverTest, AScanFinishesTheLogAndThenStopsTheCrashReporter) {
+    scan(fullArguments());
+    EXPECT_THAT(steps, ElementsAre("start", "open", "finish log", "stop bug reporter"));
+}
+
+TEST_F(RunDriverTest, AMissingArgumentLeavesTheRunWithoutACleanEnd) {
+    Lines arguments = fullArguments();
+    arguments.resize(13);
+    EXPECT_THROW(RunDriver(services).run(arguments), std::out_of_range);
+    EXPECT_THAT(steps, ElementsAre("start", "open"));
+    steps.clear();
+    arguments.resize(12);
+    EXPECT_THROW(RunDriver(services).run(arguments), std::out_of_range);
+    EXPECT_THAT(steps, ElementsAre("start", "open"));
+}
+
+TEST_F(RunDriverTest, WhatTheScanPostsToTheMainThreadRunsWhileItIsWatched) {
+    services.pause = RunServices().pause;
+    bool ranOnMainThread = false;
+    services.findConnection = [&](const std::string& name) {
+        runOnMainThread([&] { ranOnMainThread = isMainThread(); });
+        return parent.finder()(name);
+    };
+    scan(fullArguments());
+    EXPECT_TRUE(ranOnMainThread);
 }
 
 TEST_F(RunDriverTest, TheFullListIsFourteenWithTheProgramsPath) {
@@ -490,6 +547,16 @@ TEST_F(RunDriverTest, TheScanRunsOnAnotherThread) {
     scan(fullArguments());
     EXPECT_NE(scanThread, std::thread::id());
     EXPECT_NE(scanThread, std::this_thread::get_id());
+}
+
+TEST_F(RunDriverTest, TheScansThreadCanReportTheOverflowOfItsStack) {
+    stack_t stack{};
+    parent.onEvent = [&stack](const std::string&) {
+        ::sigaltstack(nullptr, &stack);
+    };
+    scan(fullArguments());
+    EXPECT_NE(stack.ss_size, 0U);
+    EXPECT_EQ(stack.ss_flags & SS_DISABLE, 0);
 }
 
 TEST_F(RunDriverTest, FaultsAndReaderFailuresDoNotChangeTheStatus) {

@@ -1,104 +1,68 @@
 #include "platform/connection/ConnectionName.h"
 #include "platform/connection/ParentServer.h"
-#include "platform/process/ChildProcess.h"
 #include "tests/scanner/ParentRecord.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/scanner/ScannerHomeTest.h"
+#include "tests/support/FileText.h"
 #include "tests/support/TestMovie.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/resource.h>
 
 namespace fw {
 namespace {
 
+using test::ScannerOutcome;
 using Lines = std::vector<std::string>;
 
-constexpr std::chrono::seconds kLong{60};
-
-/// The program itself, in a home and a run-time folder of the test's own.
-class ScannerProgramTest : public testing::Test {
-protected:
-    ScannerProgramTest() {
-        ::setenv("HOME", folder.path().c_str(), 1);
-        ::setenv("XDG_RUNTIME_DIR", folder.path().c_str(), 1);
-        const rlimit noCore{0, 0};
-        ::setrlimit(RLIMIT_CORE, &noCore);
-    }
-
-    /// Six frames at 25 a second: grey, and frame 3 black.
-    void makeMovie() {
-        const std::string source = folder.file("movie.y4m");
-        test::writeY4m(source, 64, 48, 6, "25:1", [](int frame, test::TestPicture& picture) {
-            picture.fillLuma(0, 0, 64, 48, frame == 3 ? 4 : 100);
-        });
-        test::runFfmpeg({"-i", source, "-c:v", "ffv1", movie});
-    }
-
-    Lines fullArguments() const {
-        return {movie, "0", "2147483647", "0", "1", "16", "235", "8", "0", "4", "5", "0", "1.78"};
-    }
-
-    std::unique_ptr<ChildProcess> start(const Lines& arguments) const {
-        ChildProcessOptions options;
-        options.path = OXBOW_GLINT_PATH;
-        options.arguments = arguments;
-        options.standardOutput = ChildStream::kPipe;
-        options.standardError = ChildStream::kNull;
-        auto child = ChildProcess::start(options);
-        EXPECT_TRUE(child);
-        return std::move(child).value();
-    }
-
-    struct Outcome {
-        ChildEnd end;
-        std::string output;
-        bool operator==(const Outcome&) const = default;
-    };
-    Outcome run(const Lines& arguments) const {
-        const auto child = start(arguments);
-        Outcome outcome;
-        while (child->readOutput(outcome.output)) {
-            pollfd readable{child->outputDescriptor(), POLLIN, 0};
-            ::poll(&readable, 1, -1);
-        }
-        outcome.end = child->wait(kLong).value();
-        return outcome;
-    }
-
-    test::TemporaryFolder folder;
-    std::string movie = folder.file("movie.mkv");
-};
+class ScannerProgramTest : public test::ScannerHomeTest {};
 
 TEST_F(ScannerProgramTest, ErrorLinesAndTheirStatus) {
-    EXPECT_EQ(run({}), (Outcome{ExitedWithStatus{1}, "ERR:Invalid argument count\n"}));
-    EXPECT_EQ(run(fullArguments()),
-              (Outcome{ExitedWithStatus{1}, "ERR:Unable to locate file. The macOS sandbox may be "
-                                            "preventing access.\n"}));
+    EXPECT_EQ(run({}), (ScannerOutcome{ExitedWithStatus{1}, "ERR:Invalid argument count\n"}));
+    EXPECT_EQ(
+        run(fullArguments()),
+        (ScannerOutcome{ExitedWithStatus{1}, "ERR:Unable to locate file. The macOS sandbox may be "
+                                             "preventing access.\n"}));
     std::ofstream(movie) << "This is no movie.";
     EXPECT_EQ(run(fullArguments()),
-              (Outcome{ExitedWithStatus{1},
-                       "ERR:Unable to load movie. This codec may not be supported.\n"}));
+              (ScannerOutcome{ExitedWithStatus{1},
+                              "ERR:Unable to load movie. This codec may not be supported.\n"}));
 }
 
 TEST_F(ScannerProgramTest, ACallThatIsShortByOneOrTwoIsKilledByAnAbortAndPrintsNothing) {
     makeMovie();
     Lines arguments = fullArguments();
     arguments.pop_back();
-    EXPECT_EQ(run(arguments), (Outcome{KilledBySignal{SIGABRT}, ""}));
+    EXPECT_EQ(run(arguments), (ScannerOutcome{KilledBySignal{SIGABRT}, ""}));
     arguments.pop_back();
-    EXPECT_EQ(run(arguments), (Outcome{KilledBySignal{SIGABRT}, ""}));
+    EXPECT_EQ(run(arguments), (ScannerOutcome{KilledBySignal{SIGABRT}, ""}));
     arguments.pop_back();
-    EXPECT_EQ(run(arguments), (Outcome{ExitedWithStatus{1}, "ERR:Invalid argument count\n"}));
+    EXPECT_EQ(run(arguments),
+              (ScannerOutcome{ExitedWithStatus{1}, "ERR:Invalid argument count\n"}));
+}
+
+TEST_F(ScannerProgramTest, ACrashLeavesAReportInTheUsersFolder) {
+    makeMovie();
+    Lines arguments = fullArguments();
+    arguments.pop_back();
+    run(arguments);
+    Lines reports;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(folder.file("Library/Logs/DiagnosticReports"))) {
+        EXPECT_THAT(entry.path().filename().string(), testing::StartsWith("OxbowGlint_"));
+        reports.push_back(test::readText(entry.path().string()));
+    }
+    ASSERT_EQ(reports.size(), 1U);
+    EXPECT_THAT(reports[0], testing::HasSubstr("\nReason: std::out_of_range: "));
+    EXPECT_THAT(reports[0], testing::HasSubstr("\nArguments: 13\n[0] "));
+    EXPECT_THAT(reports[0], testing::HasSubstr("2fw9RunDriver")) << "names of its functions";
 }
 
 TEST_F(ScannerProgramTest, WithoutAParentItScansSilently) {
     makeMovie();
-    EXPECT_EQ(run(fullArguments()), (Outcome{ExitedWithStatus{0}, ""}));
+    EXPECT_EQ(run(fullArguments()), (ScannerOutcome{ExitedWithStatus{0}, ""}));
 }
 
 TEST_F(ScannerProgramTest, TellsItsParentEveryFrameOfAMovie) {
@@ -125,7 +89,7 @@ TEST_F(ScannerProgramTest, TellsItsParentEveryFrameOfAMovie) {
         server.value()->dispatch();
         ASSERT_TRUE(ready[1].revents == 0 || events.back() == "finished") << "it ended too early";
     }
-    EXPECT_EQ(child->wait(kLong), ChildEnd(ExitedWithStatus{0}));
+    EXPECT_EQ(child->wait(std::chrono::minutes(1)), ChildEnd(ExitedWithStatus{0}));
     ASSERT_EQ(events.size(), 4U + 6U + 1U);
     EXPECT_EQ(events.front(), "init");
     EXPECT_THAT(Lines(events.begin() + 4, events.end()),
@@ -154,7 +118,7 @@ TEST_F(ScannerProgramTest, EndsWithZeroSoonAfterItsParentHasGone) {
     }
     ASSERT_FALSE(child->poll().has_value());
     std::move(server).value().reset();
-    EXPECT_EQ(child->wait(kLong), ChildEnd(ExitedWithStatus{0}));
+    EXPECT_EQ(child->wait(std::chrono::minutes(1)), ChildEnd(ExitedWithStatus{0}));
 }
 
 } // namespace
