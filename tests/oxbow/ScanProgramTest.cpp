@@ -1,11 +1,11 @@
 #include "tests/oxbow/OxbowProcess.h"
+#include "tests/support/plainCrashes.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -290,8 +290,7 @@ TEST_F(ScanProgram, TwoMoviesAtOnceAreBothScanned) {
 }
 
 TEST(ScanProgramCrash, LeavesAReportInTheUsersFolder) {
-    const rlimit noCore{0, 0};
-    ::setrlimit(RLIMIT_CORE, &noCore);
+    letChildrenCrashPlainly();
     const OxbowHouse house(OxbowHouse::Scanner::kFake);
     house.setScript("sleep");
     const auto oxbow = house.start({"scan", house.movie()});

@@ -2,9 +2,9 @@
 
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/TestMovie.h"
+#include "tests/support/plainCrashes.h"
 
 #include <poll.h>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -18,8 +18,7 @@ ScannerHomeTest::ScannerHomeTest() {
          {"XDG_RUNTIME_DIR", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_DATA_DIRS"}) {
         ::setenv(name, folder.path().c_str(), 1);
     }
-    const rlimit noCore{0, 0};
-    ::setrlimit(RLIMIT_CORE, &noCore);
+    letChildrenCrashPlainly();
 }
 
 void ScannerHomeTest::makeMovie() const {

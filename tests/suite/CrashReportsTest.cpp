@@ -6,10 +6,10 @@
 #include "tests/support/OrdinaryUser.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
+#include "tests/support/plainCrashes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -28,8 +28,7 @@ class CrashReportsTest : public testing::Test {
 protected:
     CrashReportsTest() {
         fs::copy_file(test::reachable(CRASH_REPORTS_PROBE), probe);
-        const rlimit noCore{0, 0};
-        ::setrlimit(RLIMIT_CORE, &noCore);
+        test::letChildrenCrashPlainly();
     }
 
     std::optional<ChildEnd> endOf(const std::string& log) const {

@@ -1,12 +1,12 @@
 #include "tests/platform/crash/CrashRun.h"
 
+#include "tests/support/plainCrashes.h"
+
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <poll.h>
 #include <sstream>
-#include <sys/resource.h>
 
 namespace fw::test {
 namespace {
@@ -29,16 +29,6 @@ std::vector<std::string> namesIn(const std::string& folder) {
     return names;
 }
 
-void turnOffHandlersOfSanitizers() {
-    for (const char* const name : {"ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS"}) {
-        const char* const before = ::getenv(name);
-        std::string options = before == nullptr ? "" : before;
-        options.append(":handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigill=0"
-                       ":handle_sigtrap=0:handle_sigfpe=0");
-        ::setenv(name, options.c_str(), 1);
-    }
-}
-
 /// What it says until it ends, or says nothing for long.
 std::string wholeOutput(ChildProcess& child) {
     std::string text;
@@ -53,9 +43,7 @@ std::string wholeOutput(ChildProcess& child) {
 } // namespace
 
 CrashProbeTest::CrashProbeTest() {
-    const rlimit noCore{0, 0};
-    ::setrlimit(RLIMIT_CORE, &noCore);
-    turnOffHandlersOfSanitizers();
+    letChildrenCrashPlainly();
     std::filesystem::create_directory(reports);
 }
 
