@@ -3,24 +3,43 @@
 #include "base/FormattedText.h"
 #include "base/systemLog.h"
 
+#include <cstring>
 #include <utility>
 
 namespace fw {
+namespace {
+
+bool isSame(std::span<const std::byte> some, std::span<const std::byte> others) {
+    return some.size() == others.size() &&
+           std::memcmp(some.data(), others.data(), some.size()) == 0;
+}
+
+} // namespace
 
 DestinationFile::DestinationFile(std::string path, ByteFile file)
     : path_(std::move(path)), file_(std::move(file)) {}
 
-void DestinationFile::take(std::span<const std::byte> chunk, const ChunkBuffer& readBack) {
-    const bool isVerified = digest_.has_value() && !chunk.empty();
-    const std::optional<std::uint64_t> start = isVerified ? file_->position() : std::nullopt;
+void DestinationFile::write(std::span<const std::byte> chunk) {
     if (file_->write(chunk) < chunk.size()) {
         systemLog(formattedText("Error writing file %@: %i", path_,
                                 static_cast<int>(file_->hasFailed())));
     }
-    if (isVerified) {
-        goBackTo(start, chunk.size());
-        const std::size_t count = file_->read(readBack.first(chunk.size()));
-        digest_->update(readBack.first(count));
+}
+
+void DestinationFile::writeAndReadBack(std::span<const std::byte> chunk,
+                                       const ChunkBuffer& readBack, SourceChunks& before) {
+    if (chunk.empty()) {
+        return write(chunk);
+    }
+    const std::optional<std::uint64_t> start = file_->position();
+    write(chunk);
+    goBackTo(start, chunk.size());
+    const auto stands = readBack.first(file_->read(readBack.first(chunk.size())));
+    if (!ownDigest_ && !isSame(stands, chunk)) {
+        ownDigest_ = before.digest();
+    }
+    if (ownDigest_) {
+        ownDigest_->update(stands);
     }
 }
 

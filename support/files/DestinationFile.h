@@ -3,6 +3,7 @@
 #include "platform/digest/Digest.h"
 #include "platform/files/ByteFile.h"
 #include "support/files/ChunkBuffer.h"
+#include "support/files/SourceChunks.h"
 
 #include <optional>
 #include <span>
@@ -18,23 +19,26 @@ public:
     const std::string& path() const { return path_; }
     /// False when that fails.
     bool truncate() { return file_->truncate(); }
-    void verifyWith(const Digest& empty) { digest_ = empty; }
 
-    /// Writes the chunk at the current end; a short write is told to the system log. When it is to
-    /// be verified, what then stands there is read into `readBack` and taken into the digest.
-    void take(std::span<const std::byte> chunk, const ChunkBuffer& readBack);
+    /// Writes the chunk at the current end; a short write is told to the system log.
+    void write(std::span<const std::byte> chunk);
+    /// Writes it, and reads what then stands there into `readBack`, for the digest. `before` has
+    /// taken all chunks before this one.
+    void writeAndReadBack(std::span<const std::byte> chunk, const ChunkBuffer& readBack,
+                          SourceChunks& before);
 
-    /// What was read back stays known.
     void close() { file_.reset(); }
-    /// Of what was read back; only when it is verified.
-    const Digest& digest() const { return *digest_; }
+    /// Of what was read back; `source` is the digest of the whole source.
+    const Digest& digest(const Digest& source) const { return ownDigest_ ? *ownDigest_ : source; }
 
 private:
     void goBackTo(std::optional<std::uint64_t> start, std::size_t chunkLength);
 
     std::string path_;
     std::optional<ByteFile> file_; ///< Until it is closed.
-    std::optional<Digest> digest_;
+    /// From the first byte on that is not the source's. Up to there its digest would be the
+    /// source's, and to compare bytes is ten times faster than to digest them again.
+    std::optional<Digest> ownDigest_;
 };
 
 } // namespace fw

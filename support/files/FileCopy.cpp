@@ -125,36 +125,42 @@ bool FileCopy::openDestinations() {
         if (!destination.truncate()) {
             return refuseDestination(destination.path());
         }
-        if (digest_) {
-            destination.verifyWith(*digest_);
-        }
     }
     return true;
 }
 
 bool FileCopy::copyContents() {
-    const ChunkBuffer buffer;
+    SourceChunks chunks(digest_, sourceSize_);
     const ChunkBuffer readBack;
-    if (!buffer || !readBack) {
+    if (!chunks || !readBack) {
         FWLog::appendLogAndPrint("Error copying file %@ - out of memory", settings_.source);
         return false;
     }
     while (!source_->isAtEnd()) {
-        const std::size_t count = source_->read(buffer.all());
+        const std::span<std::byte> room = chunks.room();
+        const std::size_t count = source_->read(room);
         if (count == 0 && !source_->isAtEnd()) {
             FWLog::appendLogAndPrint("Error reading file %@ - aborting...", settings_.source);
             return false;
         }
-        if (digest_) {
-            digest_->update(buffer.first(count));
-        }
-        for (DestinationFile& destination : destinations_) {
-            destination.take(buffer.first(count), readBack);
-        }
+        copyChunk(room.first(count), readBack, chunks);
+        chunks.take(count);
         copied_ += count;
         reportWhenDue();
     }
+    digest_ = chunks.digest();
     return true;
+}
+
+void FileCopy::copyChunk(std::span<const std::byte> chunk, const ChunkBuffer& readBack,
+                         SourceChunks& before) {
+    for (DestinationFile& destination : destinations_) {
+        if (digest_) {
+            destination.writeAndReadBack(chunk, readBack, before);
+        } else {
+            destination.write(chunk);
+        }
+    }
 }
 
 void FileCopy::reportWhenDue() {
@@ -203,7 +209,7 @@ void FileCopy::verify() {
     }
     std::vector<std::string> checksums;
     for (const DestinationFile& destination : destinations_) {
-        checksums.push_back(checksumText(destination.digest()));
+        checksums.push_back(checksumText(destination.digest(*digest_)));
         if (checksums.back() != expected && delegate() != nullptr &&
             delegate()->fileCopyVerificationFailed) {
             settings_.destChecksum = checksums.back();

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace fw {
@@ -32,6 +33,8 @@ private:
     bool isOwnDestination(const std::string& path) const;
     bool refuseDestination(const std::string& path) const;
     bool copyContents();
+    void copyChunk(std::span<const std::byte> chunk, const ChunkBuffer& readBack,
+                   SourceChunks& before);
     void reportWhenDue();
     void closeFiles();
     void finish();
@@ -39,7 +42,7 @@ private:
     void copyAttributes() const;
 
     FileCopySettings settings_;
-    std::optional<Digest> digest_; ///< Only when the copy is verified.
+    std::optional<Digest> digest_; ///< Of the source; only when the copy is verified.
     std::shared_ptr<const FileCopySettings> settingsAtStart_;
     Cancellation cancellation_;
 

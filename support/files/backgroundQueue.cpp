@@ -2,6 +2,7 @@
 
 #include "base/FormattedText.h"
 #include "base/systemLog.h"
+#include "support/CrashReports.h"
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -22,7 +23,10 @@ boost::asio::thread_pool& pool() {
 
 void runInBackground(std::function<void()> function) {
     try {
-        boost::asio::post(pool(), std::move(function));
+        boost::asio::post(pool(), [function = std::move(function)] {
+            const CrashReportedThread reported;
+            function();
+        });
     } catch (const std::exception& exception) { // No memory, or no more threads.
         systemLog(formattedText("Unable to run in the background: %@", exception.what()));
     }

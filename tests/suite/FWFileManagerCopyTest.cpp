@@ -416,6 +416,74 @@ TEST_F(FWFileManagerCopyTest, AByteThatChangesBetweenWriteAndReadBackIsFound) {
                 ElementsAre("written 65543", "failed b " + wrong, "failed c " + wrong, "finished"));
 }
 
+/// Flips a bit of what is read back of each destination, at places of its own.
+class Corruption {
+public:
+    explicit Corruption(std::vector<std::vector<std::uint64_t>> placesOfDestinations)
+        : places_(std::move(placesOfDestinations)) {}
+
+    ssize_t read(int descriptor, void* bytes, std::size_t count) {
+        const off_t start = ::lseek(descriptor, 0, SEEK_CUR);
+        const ssize_t read = ::read(descriptor, bytes, count);
+        if (isForWriting(descriptor)) {
+            for (const std::uint64_t place : placesOf(descriptor)) {
+                const std::uint64_t distance = place - static_cast<std::uint64_t>(start);
+                if (distance < static_cast<std::uint64_t>(std::max<ssize_t>(read, 0))) {
+                    static_cast<char*>(bytes)[distance] ^= 1;
+                }
+            }
+        }
+        return read;
+    }
+    static bool isForWriting(int descriptor) {
+        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+    }
+
+private:
+    const std::vector<std::uint64_t>& placesOf(int descriptor) {
+        const auto known = std::ranges::find(descriptors_, descriptor);
+        const auto number = static_cast<std::size_t>(known - descriptors_.begin());
+        if (known == descriptors_.end()) {
+            descriptors_.push_back(descriptor);
+        }
+        return places_.at(number);
+    }
+
+    std::vector<std::vector<std::uint64_t>> places_;
+    std::vector<int> descriptors_; ///< In the order of the destinations.
+};
+
+TEST_F(FWFileManagerCopyTest, TheChecksumOfADamagedDestinationIsThatOfWhatWasReadBack) {
+    const std::string text = test::someBytes(41 * kChunk + 7);
+    const std::vector<std::vector<std::uint64_t>> places = {
+        {0},
+        {},
+        {12 * kChunk - 1, 12 * kChunk},
+        {20 * kChunk + 5, 39 * kChunk, text.size() - 1},
+        {text.size() - 1}};
+    const auto corruption = std::make_shared<Corruption>(places);
+    setFileCalls({.read =
+                      [corruption](int descriptor, void* bytes, std::size_t count) {
+                          return corruption->read(descriptor, bytes, count);
+                      },
+                  .write = {},
+                  .seek = {}});
+    made("source", text);
+    Paths destinations;
+    Paths expected;
+    for (const auto& placesOfOne : places) {
+        destinations.push_back(path("copy" + std::to_string(destinations.size())));
+        std::string damaged = text;
+        for (const std::uint64_t place : placesOfOne) {
+            damaged[place] ^= 1;
+        }
+        expected.push_back(FWFileManager::sha1HashForFile(made("damaged", damaged)));
+    }
+    EXPECT_TRUE(copied(path("source"), destinations, FileVerification::kSha1, noting()));
+    EXPECT_EQ(told->last->destChecksums, expected);
+    EXPECT_EQ(told->last->sourceChecksum, expected[1]);
+}
+
 TEST_F(FWFileManagerCopyTest, AMismatchThatNobodyIsToldOfLeavesNoChecksumOfAFailure) {
     setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
                       return isForWriting(descriptor) ? 0 : ::read(descriptor, bytes, count);
