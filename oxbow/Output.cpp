@@ -1,5 +1,7 @@
 #include "oxbow/Output.h"
 
+#include "oxbow/SignalWatch.h"
+
 #include <poll.h>
 #include <unistd.h>
 
@@ -7,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <climits>
-#include <csignal>
 #include <cstring>
 
 namespace fw {
@@ -15,13 +16,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kStep{200};
 constexpr std::chrono::milliseconds kPatience{1000};
-
-bool isAskedToEnd() {
-    sigset_t pending;
-    ::sigpending(&pending);
-    return sigismember(&pending, SIGINT) == 1 || sigismember(&pending, SIGTERM) == 1 ||
-           sigismember(&pending, SIGHUP) == 1;
-}
 
 /// Returns when PIPE_BUF bytes can be written without waiting, or when writing would fail.
 void waitUntilWritable(int descriptor) {

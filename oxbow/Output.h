@@ -13,8 +13,8 @@ public:
 };
 
 /// Where results go. Every text is on its way when write returns, so that nothing found is lost.
-/// A reader that takes nothing is waited for, until a signal that asks the program to end (SIGINT,
-/// SIGTERM, SIGHUP) is pending: then for a second more.
+/// A reader that takes nothing is waited for, until the program is asked to end (SignalWatch.h):
+/// then for a second more.
 class Output {
 public:
     explicit Output(int descriptor) : descriptor_(descriptor) {}

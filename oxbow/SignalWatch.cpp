@@ -4,8 +4,16 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <atomic>
+
 namespace fw {
 namespace {
+
+constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
+
+std::atomic<bool> wasTaken = false;
 
 bool isIgnored(int signal) {
     struct sigaction action = {};
@@ -17,7 +25,7 @@ bool isIgnored(int signal) {
 SignalWatch::SignalWatch() {
     sigset_t watched;
     sigemptyset(&watched);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : kSignals) {
         if (!isIgnored(signal)) {
             sigaddset(&watched, signal);
         }
@@ -36,7 +44,19 @@ SignalWatch::~SignalWatch() {
 int SignalWatch::take() {
     signalfd_siginfo facts = {};
     const ssize_t length = ::read(descriptor_.get(), &facts, sizeof facts);
-    return length == sizeof facts ? static_cast<int>(facts.ssi_signo) : 0;
+    if (length != sizeof facts) {
+        return 0;
+    }
+    wasTaken = true;
+    return static_cast<int>(facts.ssi_signo);
+}
+
+bool isAskedToEnd() {
+    sigset_t pending;
+    ::sigpending(&pending);
+    return wasTaken || std::ranges::any_of(kSignals, [&pending](int signal) {
+               return sigismember(&pending, signal) == 1;
+           });
 }
 
 } // namespace fw

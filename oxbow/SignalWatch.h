@@ -26,4 +26,7 @@ private:
     FileDescriptor descriptor_;
 };
 
+/// Whether such a signal has come to this process: it was taken, or is still pending.
+bool isAskedToEnd();
+
 } // namespace fw

@@ -56,6 +56,9 @@ OxbowProcess::OxbowProcess(const std::string& program, const std::vector<std::st
     processId_ = ::fork();
     if (processId_ == 0) {
         ::setpgid(0, 0); // As a shell does with what it starts.
+        for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE}) {
+            ::signal(number, SIG_DFL); // Also where the test itself runs in the background.
+        }
         constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC;
         ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
         ::dup2(streams.output >= 0 ? streams.output : ::open(outputFile.c_str(), kFlags, 0600),

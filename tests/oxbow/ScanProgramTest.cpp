@@ -233,6 +233,23 @@ TEST_F(ScanProgram, AReaderThatTakesNothingDoesNotKeepItFromEnding) {
     ::close(ends[0]);
 }
 
+TEST_F(ScanProgram, AReaderThatStopsTakingBeforeTheSignalDoesNotKeepItFromEnding) {
+    int ends[2] = {};
+    ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
+    house_.setScript("sleep");
+    const auto oxbow = house_.start({"scan", house_.movie()}, {ends[1], -1});
+    ASSERT_TRUE(comesTrue([&] { return house_.scannerProcessId() != 0; }));
+    // No room for the summary; it waits for the scanner now, not for its output.
+    const std::string others(static_cast<std::size_t>(::fcntl(ends[1], F_GETPIPE_SZ)), 'x');
+    ASSERT_EQ(::write(ends[1], others.data(), others.size()), static_cast<ssize_t>(others.size()));
+    ::close(ends[1]);
+    oxbow->signal(SIGINT);
+    const Finished scan = oxbow->wait();
+    EXPECT_EQ(scan.status, 4);
+    EXPECT_THAT(scan.error, HasSubstr("nobody takes it"));
+    ::close(ends[0]);
+}
+
 TEST_F(ScanProgram, ASlowReaderGetsEverything) {
     int ends[2] = {};
     ASSERT_EQ(::pipe2(ends, O_CLOEXEC), 0);
