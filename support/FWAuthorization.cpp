@@ -133,7 +133,7 @@ FWAuthorization* FWAuthorization::made(WithGui withGui) {
         return nullptr;
     }
     shared().instance = new FWAuthorization(withGui);
-    std::atexit([] { shared().instance->authEnd(); });
+    std::atexit([] { sharedController().authEnd(); });
     return shared().instance;
 }
 

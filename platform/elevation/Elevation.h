@@ -53,8 +53,8 @@ using AuthorizationRef = std::shared_ptr<Authorization>;
 /// gives none.
 AuthorizationRef adoptedAuthorization();
 
-/// An authorization that asks the user: on the terminal or, without one, by the helper program of
-/// the desktop (SUDO_ASKPASS). The error has domain "POSIX" and an errno.
+/// An authorization that asks the user: on the terminal or, without one and in the background, by
+/// the helper program of the desktop (SUDO_ASKPASS). The error has domain "POSIX" and an errno.
 Result<AuthorizationRef> createAuthorization();
 
 /// One that asks nobody. The password is never in a file, on a command line or in the environment;

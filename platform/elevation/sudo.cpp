@@ -6,6 +6,7 @@
 #include "platform/tools/toolPath.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -115,8 +116,10 @@ ChildProcessOptions callAs(const std::string& administrator, const Arguments& su
     return callOf(kSu, std::move(arguments));
 }
 
-bool hasTerminal() {
-    return static_cast<bool>(FileDescriptor(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)));
+/// A process in the background has a terminal, too, and would be stopped when it asks there.
+bool mayAskOnTerminal() {
+    const FileDescriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    return terminal && ::tcgetpgrp(terminal.get()) == ::getpgrp();
 }
 
 } // namespace
@@ -126,7 +129,8 @@ bool isInstalled() {
 }
 
 bool ask() {
-    ChildProcessOptions call = sudoCall(hasTerminal() ? Arguments{"-v"} : Arguments{"-A", "-v"});
+    ChildProcessOptions call =
+        sudoCall(mayAskOnTerminal() ? Arguments{"-v"} : Arguments{"-A", "-v"});
     call.standardError = ChildStream::kInherit; // Where sudo tells what it misses.
     return static_cast<bool>(granted(call, std::nullopt));
 }

@@ -20,6 +20,10 @@ namespace fs = std::filesystem;
 constexpr auto kTopFolders = std::to_array<const char*>(
     {"/boot", "/dev", "/etc", "/home", "/opt", "/proc", "/root", "/run", "/srv", "/sys"});
 
+/// Those that are known by their names anyway and may have others, as where "/bin" is "/usr/bin".
+constexpr auto kKnownFolders = std::to_array<const char*>(
+    {"/", "/bin", "/lib", "/lib32", "/lib64", "/libx32", "/sbin", "/usr", "/var"});
+
 std::string withoutTrailingSlashes(std::string path) {
     while (path.size() > 1 && path.back() == '/') {
         path.pop_back();
@@ -80,15 +84,9 @@ bool isTopFolderByAnotherName(const std::string& path, LinkAtEnd linkAtEnd) {
     const auto isThat = [&](const std::string& top) {
         return isSameFolder(folder, top);
     };
-    const auto others = {std::string("/"),
-                         std::string("/bin"),
-                         std::string("/lib"),
-                         std::string("/sbin"),
-                         std::string("/usr"),
-                         std::string("/var"),
-                         FWLocalPaths::userDirectory()};
     return std::any_of(kTopFolders.begin(), kTopFolders.end(), isThat) ||
-           std::any_of(others.begin(), others.end(), isThat);
+           std::any_of(kKnownFolders.begin(), kKnownFolders.end(), isThat) ||
+           isThat(FWLocalPaths::userDirectory());
 }
 
 } // namespace

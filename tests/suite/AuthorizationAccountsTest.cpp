@@ -177,6 +177,11 @@ TEST_F(AuthorizationAccounts, WithoutATerminalAndAHelperProgramNobodyCanBeAsked)
         AllOf(HasSubstr("askpass"), HasSubstr("start 0\nauthorized 0\n"), EndsWith("run -1\n")));
 }
 
+TEST_F(AuthorizationAccounts, InTheBackgroundOfATerminalNobodyIsAsked) {
+    EXPECT_THAT(outputOf("terminal anna annas 'set -m; $PROBE start authorized & wait'\n"),
+                AllOf(Not(HasSubstr("password for")), HasSubstr("start 0\nauthorized 0\n")));
+}
+
 TEST_F(AuthorizationAccounts, TheUserIsAskedAgainWhenTheTicketHasExpired) {
     EXPECT_THAT(outputOf("terminal anna annas '$PROBE start forget run=\"id -u >/data/user\" end'\n"
                          "cat /data/user\n"),
