@@ -1,10 +1,10 @@
 #pragma once
 
-#include "platform/folders/folderServices.h"
 #include "platform/tools/toolPath.h"
 #include "support/FWAuthorization.h"
 #include "tests/suite/FakeElevation.h"
 #include "tests/suite/FileTest.h"
+#include "tests/suite/ScopedUser.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,21 +13,6 @@
 #include <vector>
 
 namespace fw::test {
-
-/// Somebody else is the real user while this lives.
-class ScopedUser {
-public:
-    static constexpr unsigned kSuperuser = 0;
-
-    explicit ScopedUser(unsigned id)
-        : before_(setFolderServices({.realUserId = [id] { return id; }, .search = {}})) {}
-    ~ScopedUser() { setFolderServices(std::move(before_)); }
-    ScopedUser(const ScopedUser&) = delete;
-    ScopedUser& operator=(const ScopedUser&) = delete;
-
-private:
-    FolderServices before_;
-};
 
 /// A test of the shared instance, without rights at first. Whatever happens, nothing but scripts
 /// that record their arguments stands in the place of the four tools, and nothing runs with rights.

@@ -1,8 +1,8 @@
-// Each test looks at an instance that is made in a process of its own.
+// Each test looks at an instance that is made in a process of its own, which leaves nothing behind
+// although it ends in the middle.
 #include "support/FWAuthorization.h"
 #include "tests/suite/FakeElevation.h"
-#include "tests/support/SystemLogCapture.h"
-#include "tests/support/TestHome.h"
+#include "tests/suite/ScopedUser.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +28,7 @@ protected:
         EXPECT_EXIT(std::exit(code() ? 0 : 1), testing::ExitedWithCode(0), "");
     }
 
-    TestHome home_;
+    const ScopedUser user_{ScopedUser::kNobodyKnown};
     FakeElevation elevation_;
 };
 
