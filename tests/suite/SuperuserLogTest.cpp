@@ -1,9 +1,8 @@
-#include "tests/support/OwnRoot.h"
+#include "tests/support/OwnRootTest.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 namespace fw {
@@ -16,23 +15,13 @@ using testing::Not;
 using testing::StartsWith;
 
 /// The log of a real superuser, on a copy of the machine.
-class SuperuserLogTest : public testing::Test {
+class SuperuserLogTest : public test::OwnRootTest {
 protected:
-    void SetUp() override {
-        const std::string obstacle = root.obstacle();
-        if (obstacle.empty()) {
-            return;
-        }
-        ASSERT_EQ(std::getenv("FERNWICK_REQUIRE_OWN_ROOT"), nullptr) << obstacle;
-        GTEST_SKIP() << obstacle;
-    }
     std::string outputOf(const std::string& script) const {
         const auto outcome = root.run("export HOME=/tmp/home\n" + script, {FW_LOG_PROBE});
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         return outcome.output;
     }
-
-    test::OwnRoot root;
 };
 
 TEST_F(SuperuserLogTest, StandsInTheMachinesFolder) {

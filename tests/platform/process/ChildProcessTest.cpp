@@ -212,6 +212,26 @@ TEST(ChildProcess, AnInputPipeStaysOpenAndEmptyAsLongAsTheObjectLives) {
     waitUntilAllAreReaped();
 }
 
+TEST(ChildProcess, AGivenInputIsReadAndStaysTheCallers) {
+    TemporaryFolder folder;
+    std::ofstream(folder.file("text")) << "first\nsecond\n";
+    const FileDescriptor text(::open(folder.file("text").c_str(), O_RDONLY | O_CLOEXEC));
+    ChildProcessOptions options = shell("cat; ls /proc/self/fd | wc -l");
+    options.standardInput = ChildInput::kGiven;
+    options.givenInput = text.get();
+    EXPECT_EQ(wholeOutput(*started(options)), "first\nsecond\n4\n");
+    EXPECT_EQ(::lseek(text.get(), 0, SEEK_SET), 0) << "still open here";
+    EXPECT_EQ(wholeOutput(*started(options)), "first\nsecond\n4\n");
+}
+
+TEST(ChildProcess, AGivenInputThatIsNoneIsAnError) {
+    ChildProcessOptions options = shell("cat");
+    options.standardInput = ChildInput::kGiven;
+    const auto child = ChildProcess::start(options);
+    ASSERT_FALSE(child);
+    EXPECT_EQ(child.error().code, EBADF);
+}
+
 TEST(ChildProcess, AnInheritedInputIsOurs) {
     const int saved = ::dup(STDIN_FILENO);
     std::array<int, 2> ends = {};
