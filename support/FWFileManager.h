@@ -2,6 +2,7 @@
 
 #include "platform/digest/Digest.h"
 #include "support/FileCopySettings.h"
+#include "support/Timeout.h"
 
 #include <any>
 #include <functional>
@@ -19,11 +20,86 @@ struct ChecksumDelegate {
     std::function<std::optional<bool>(const std::string& path)> checksumShouldContinue;
 };
 
+/// Whether an operation that fails for want of rights is tried again with an administrator's, which
+/// may ask the user for them.
+enum class ShouldAuth : bool { kNo, kYes };
+
 /// File operations of the suite. Stateless; safe from any thread. Failures are told by the result,
-/// and to the system log or the suite's log (FWLog).
+/// and to the system log or the suite's log (FWLog). Paths are bytes and need not be text; one with
+/// a zero byte names nothing.
 class FWFileManager {
 public:
     FWFileManager() = delete;
+
+    // Removing, trashing, creating, copying, moving. What these do they do to a link itself, never
+    // to what it points to. Each has three forms: the short one falls back to an administrator's
+    // rights, one says whether it may, and one falls back too and then waits until the file system
+    // shows the result, or the time is over: it is true when the result shows. A time-out that is
+    // negative or not a number waits for nothing, and a huge one waits as long as it takes. The
+    // main thread is serviced while it waits (serviceMainThread).
+    //
+    // A plain step that fails is logged before the rights are tried; the messages end in
+    // "Authorizing...", whether they may be tried or not.
+
+    /// Unlocks and removes a file, or a folder with all that is in it; a missing one counts as
+    /// removed. File systems mounted there are left alone.
+    static bool removeFile(const std::string& path);
+    static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
+    static bool removeFile(const std::string& path, Timeout timeout);
+
+    /// Unlocks a file or folder and moves it to the user's trash (FWLocalPaths::trashDirectory),
+    /// which is made when missing, under its own name or, when that is taken, its uniqueFilename().
+    /// A missing one counts as trashed. Nothing is logged.
+    static bool trashFile(const std::string& path);
+    static bool trashFile(const std::string& path, ShouldAuth shouldAuth);
+    static bool trashFile(const std::string& path, Timeout timeout);
+
+    /// Creates a folder with its parents, as the umask has it; true also when it is there. On a
+    /// drive that is not mounted it fails, and no rights are tried.
+    static bool createDirectory(const std::string& path);
+    static bool createDirectory(const std::string& path, ShouldAuth shouldAuth);
+    static bool createDirectory(const std::string& path, Timeout timeout);
+
+    /// Unlocks the source and copies it, a folder with all that is in it, with its links, modes and
+    /// dates. What stands at the destination is in the way, and a folder is not copied into itself.
+    /// A copy that fails leaves nothing behind.
+    static bool copyFile(const std::string& source, const std::string& destination);
+    static bool copyFile(const std::string& source, const std::string& destination,
+                         ShouldAuth shouldAuth);
+    static bool copyFile(const std::string& source, const std::string& destination,
+                         Timeout timeout);
+
+    /// Moves a file or folder, to another file system too; what stands at the destination is in the
+    /// way of the plain step. Whatever fails, the source is as it was or the destination is whole.
+    /// Paths that differ in the case of (ASCII) letters only are moved in two steps, through the
+    /// uniqueFilename() of the destination.
+    static bool moveFile(const std::string& source, const std::string& destination);
+    static bool moveFile(const std::string& source, const std::string& destination,
+                         ShouldAuth shouldAuth);
+    static bool moveFile(const std::string& source, const std::string& destination,
+                         Timeout timeout);
+
+    /// Copies each entry of a folder into another with copyFile(); each is logged, and no result
+    /// is collected.
+    static void copyContentsOfDirectory(const std::string& folder, const std::string& destination,
+                                        Timeout timeout);
+
+    // Locks: the immutable flag of the file system, which keeps everybody from writing, removing
+    // and renaming. Only processes with the capability CAP_LINUX_IMMUTABLE may change it. A link
+    // has none and is not followed. Failures are told to the system log.
+
+    static bool isFileLocked(const std::string& path);
+    static bool lockFile(const std::string& path);
+    /// True as well, with nothing touched, when it is not locked or not there.
+    static bool unlockFile(const std::string& path);
+    /// Every file and folder in the folder, however deep, but not the folder itself; each is tried,
+    /// and true when all succeeded.
+    static bool lockFolder(const std::string& path);
+    static bool unlockFolder(const std::string& path);
+
+    /// The path when nothing stands there, else the first free one of "NAME 2.EXTENSION",
+    /// "NAME 3.EXTENSION" and so on. Nothing is made: somebody else may take the name.
+    static std::string uniqueFilename(const std::string& path);
 
     /// Whether something stands at the path; links are followed.
     static bool fileExistsAtPath(const std::string& path);
