@@ -5,6 +5,8 @@
 #include "support/Timeout.h"
 
 #include <any>
+#include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -24,11 +26,20 @@ struct ChecksumDelegate {
 /// may ask the user for them.
 enum class ShouldAuth : bool { kNo, kYes };
 
+/// Whether a file is locked once nobody writes it any more.
+enum class LockFile : bool { kNo, kYes };
+/// Whether a file that is touched is also made now, as far as its creation date tells.
+enum class SetCreationDate : bool { kNo, kYes };
+/// Whether files are removed one by one when they have been combined.
+enum class DeleteSourceFiles : bool { kNo, kYes };
+
 /// File operations of the suite. Stateless; safe from any thread. Failures are told by the result,
 /// and to the system log or the suite's log (FWLog). Paths are bytes and need not be text; one with
 /// a zero byte names nothing.
 class FWFileManager {
 public:
+    using Date = std::chrono::system_clock::time_point;
+
     FWFileManager() = delete;
 
     // Removing, trashing, creating, copying, moving. What these do they do to a link itself, never
@@ -101,8 +112,66 @@ public:
     /// "NAME 3.EXTENSION" and so on. Nothing is made: somebody else may take the name.
     static std::string uniqueFilename(const std::string& path);
 
-    /// Whether something stands at the path; links are followed.
+    // What stands at a path; links are followed but by isSymbolicLinkAtPath(). A missing file has
+    // no size and no dates and is nothing of a kind.
+
     static bool fileExistsAtPath(const std::string& path);
+    static bool isDirectoryAtPath(const std::string& path);
+    /// Whether it is a folder that is shown as one file: an application or another bundle.
+    static bool isPackageAtPath(const std::string& path);
+    static bool isSymbolicLinkAtPath(const std::string& path);
+    /// In bytes.
+    static std::uint64_t fileSize(const std::string& path);
+    static std::optional<Date> modificationDateForFile(const std::string& path);
+    /// A creation date that has been set is kept in the extended attribute
+    /// "user.com.fernwick.creationdate" and goes before the date of the file's birth.
+    static std::optional<Date> creationDateForFile(const std::string& path);
+
+    /// "%0.0f B" below 1024 bytes, else with two decimals in KB, MB, GB or TB of 1024 each. What is
+    /// not a number is given in TB.
+    static std::string formatFileSize(double size);
+
+    /// Sets the mode, its lowest twelve bits, links followed; a failure is told to the system log.
+    static bool setPosixPermissions(unsigned permissions, const std::string& path);
+
+    /// Sets the modification date to now, and the creation date when asked, falling back to an
+    /// administrator's rights. False for a missing file: none is made.
+    static bool touchFile(const std::string& path, SetCreationDate setCreationDate);
+
+    // Folders
+
+    /// Whether there is nothing in a folder, or nothing but files named ".DS_Store" and "Icon\r"
+    /// (with a carriage return) and folders that are empty in this way. A link in it is something.
+    /// Deliberate: a folder that is missing or may not be read counts as empty; a file does not.
+    static bool isFolderEmpty(const std::string& path);
+    /// removeFile() when it is empty in this way; false otherwise.
+    static bool removeFolderIfEmpty(const std::string& path);
+
+    /// trashFile() for each entry of a folder; each is tried, and true when all succeeded or there
+    /// are none.
+    static bool trashDirectoryContents(const std::string& folder);
+    static bool trashDirectoryContents(const std::string& folder, ShouldAuth shouldAuth);
+
+    /// trashFile() for each file with this extension, letter case (ASCII) aside, or with exactly
+    /// this name, in a folder and the folders in it, packages too; links count as files and are not
+    /// followed. The paths of those, in the order in which the folders list them, whether they
+    /// could be trashed or not.
+    static std::vector<std::string> trashFilesOfType(const std::string& extension,
+                                                     const std::string& folder);
+    static std::vector<std::string> trashFilesNamed(const std::string& name,
+                                                    const std::string& folder);
+
+    // Waiting
+
+    /// Returns at once when there is something in the file; else logs that it is not yet created
+    /// and sleeps for 500 microseconds. Deliberate: it looks once, callers repeat it.
+    static void waitForFileCreation(const std::string& path, Timeout timeout);
+
+    /// Waits until the size and the modification date of a file have stood still for a second, and
+    /// says so to the system log when they moved; true then. False as soon as it is missing, and
+    /// when it is to be locked and cannot be. The main thread is serviced meanwhile.
+    static bool waitForFileWrites(const std::string& path);
+    static bool waitForFileWrites(const std::string& path, LockFile lockFile);
 
     /// Whether the drive that the path lies on is there: false only for a path in a folder of
     /// /Volumes that does not exist.
@@ -129,6 +198,17 @@ public:
     static bool copyFileWithProgress(const std::string& source, const std::string& destination,
                                      const std::optional<FileCopyDelegate>& delegate,
                                      const std::any& object);
+
+    /// Writes files one after the other into one, which is created or overwritten; whether that
+    /// came to its end. A source may be deleted when it has been taken in, without asking for
+    /// rights, but none any more once something could not be written, which is told to the system
+    /// log and does not end the combination.
+    ///
+    /// Deliberate: a single source is moved to the destination, deleted or not. A destination that
+    /// is one of the sources, under whatever name, or a folder is refused before anything is
+    /// touched; a single source that is its own destination stays as it is.
+    static bool combineFiles(const std::vector<std::string>& sources,
+                             const std::string& destination, DeleteSourceFiles deleteSourceFiles);
 
     // Checksums are texts of two small hexadecimal digits for each byte.
 

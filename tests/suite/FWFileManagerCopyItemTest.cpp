@@ -272,6 +272,7 @@ TEST_F(FWFileManagerCopyItemTest, FoldersThatMayNotBeReadAreAFailure) {
     folder("a/secret");
     ::chmod(path("a/secret").c_str(), 0);
     EXPECT_FALSE(copied(path("a"), path("b")));
+    ::chmod(path("a/secret").c_str(), 0700);
     EXPECT_THAT(logged(), ElementsAre(message("Permission denied")));
     EXPECT_FALSE(exists("b"));
 }
