@@ -4,8 +4,10 @@
 #include "platform/plist/PropertyList.h"
 #include "support/FileCopySettings.h"
 #include "support/FinderColor.h"
+#include "support/Timeout.h"
 
 #include <any>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -22,6 +24,19 @@ struct ChecksumDelegate {
     std::function<std::optional<bool>(const std::string& path)> checksumShouldContinue;
 };
 
+/// Whether an operation that fails for want of rights is tried again with an administrator's, which
+/// may ask the user for them.
+enum class ShouldAuth : bool { kNo, kYes };
+
+/// Whether a file is locked once nobody writes it any more.
+enum class LockFile : bool { kNo, kYes };
+/// Whether a file that is touched is also made now, as far as its creation date tells.
+enum class SetCreationDate : bool { kNo, kYes };
+/// Whether files are removed one by one when they have been combined.
+enum class DeleteSourceFiles : bool { kNo, kYes };
+
+/// Whether the names in an archive begin with the folder that was packed.
+enum class IncludeParent : bool { kNo, kYes };
 /// Whether matching also looks into folders below; deliberate: it never does.
 enum class SearchSubdirs : bool { kNo, kYes };
 /// Whether slashes are taken out of a name too.
@@ -39,13 +54,144 @@ struct FileReference {
 std::int32_t SendFinderSyncEvent(const FileReference& file);
 
 /// File operations of the suite. Stateless; safe from any thread. Failures are told by the result,
-/// and to the system log or the suite's log (FWLog).
+/// and to the system log or the suite's log (FWLog). Paths are bytes and need not be text; one with
+/// a zero byte names nothing.
 class FWFileManager {
 public:
+    using Date = std::chrono::system_clock::time_point;
+
     FWFileManager() = delete;
 
-    /// Whether something stands at the path; links are followed.
+    // Removing, trashing, creating, copying, moving. What these do they do to a link itself, never
+    // to what it points to. Each has three forms: the short one falls back to an administrator's
+    // rights, one says whether it may, and one falls back too and then waits until the file system
+    // shows the result, or the time is over: it is true when the result shows. A time-out that is
+    // negative or not a number waits for nothing, and a huge one waits as long as it takes. The
+    // main thread is serviced while it waits (serviceMainThread).
+    //
+    // A plain step that fails is logged before the rights are tried; the messages end in
+    // "Authorizing...", whether they may be tried or not.
+
+    /// Unlocks and removes a file, or a folder with all that is in it; a missing one counts as
+    /// removed. File systems mounted there are left alone.
+    static bool removeFile(const std::string& path);
+    static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
+    static bool removeFile(const std::string& path, Timeout timeout);
+
+    /// Unlocks a file or folder and moves it to the user's trash (FWLocalPaths::trashDirectory),
+    /// which is made when missing, under its own name or, when that is taken, its uniqueFilename().
+    /// A missing one counts as trashed. Nothing is logged.
+    static bool trashFile(const std::string& path);
+    static bool trashFile(const std::string& path, ShouldAuth shouldAuth);
+    static bool trashFile(const std::string& path, Timeout timeout);
+
+    /// Creates a folder with its parents, as the umask has it; true also when it is there. On a
+    /// drive that is not mounted it fails, and no rights are tried.
+    static bool createDirectory(const std::string& path);
+    static bool createDirectory(const std::string& path, ShouldAuth shouldAuth);
+    static bool createDirectory(const std::string& path, Timeout timeout);
+
+    /// Unlocks the source and copies it, a folder with all that is in it, with its links, modes and
+    /// dates. What stands at the destination is in the way, and a folder is not copied into itself.
+    /// A copy that fails leaves nothing behind.
+    static bool copyFile(const std::string& source, const std::string& destination);
+    static bool copyFile(const std::string& source, const std::string& destination,
+                         ShouldAuth shouldAuth);
+    static bool copyFile(const std::string& source, const std::string& destination,
+                         Timeout timeout);
+
+    /// Moves a file or folder, to another file system too; what stands at the destination is in the
+    /// way of the plain step. Whatever fails, the source is as it was or the destination is whole.
+    /// Paths that differ in the case of (ASCII) letters only are moved in two steps, through the
+    /// uniqueFilename() of the destination.
+    static bool moveFile(const std::string& source, const std::string& destination);
+    static bool moveFile(const std::string& source, const std::string& destination,
+                         ShouldAuth shouldAuth);
+    static bool moveFile(const std::string& source, const std::string& destination,
+                         Timeout timeout);
+
+    /// Copies each entry of a folder into another with copyFile(); each is logged, and no result
+    /// is collected.
+    static void copyContentsOfDirectory(const std::string& folder, const std::string& destination,
+                                        Timeout timeout);
+
+    // Locks: the immutable flag of the file system, which keeps everybody from writing, removing
+    // and renaming. Only processes with the capability CAP_LINUX_IMMUTABLE may change it. A link
+    // has none and is not followed. Failures are told to the system log.
+
+    static bool isFileLocked(const std::string& path);
+    static bool lockFile(const std::string& path);
+    /// True as well, with nothing touched, when it is not locked or not there.
+    static bool unlockFile(const std::string& path);
+    /// Every file and folder in the folder, however deep, but not the folder itself; each is tried,
+    /// and true when all succeeded.
+    static bool lockFolder(const std::string& path);
+    static bool unlockFolder(const std::string& path);
+
+    /// The path when nothing stands there, else the first free one of "NAME 2.EXTENSION",
+    /// "NAME 3.EXTENSION" and so on. Nothing is made: somebody else may take the name.
+    static std::string uniqueFilename(const std::string& path);
+
+    // What stands at a path; links are followed but by isSymbolicLinkAtPath(). A missing file has
+    // no size and no dates and is nothing of a kind.
+
     static bool fileExistsAtPath(const std::string& path);
+    static bool isDirectoryAtPath(const std::string& path);
+    /// Whether it is a folder that is shown as one file: an application or another bundle.
+    static bool isPackageAtPath(const std::string& path);
+    static bool isSymbolicLinkAtPath(const std::string& path);
+    /// In bytes.
+    static std::uint64_t fileSize(const std::string& path);
+    static std::optional<Date> modificationDateForFile(const std::string& path);
+    /// A creation date that has been set is kept in the extended attribute
+    /// "user.com.fernwick.creationdate" and goes before the date of the file's birth.
+    static std::optional<Date> creationDateForFile(const std::string& path);
+
+    /// "%0.0f B" below 1024 bytes, else with two decimals in KB, MB, GB or TB of 1024 each. What is
+    /// not a number is given in TB.
+    static std::string formatFileSize(double size);
+
+    /// Sets the mode, its lowest twelve bits, links followed; a failure is told to the system log.
+    static bool setPosixPermissions(unsigned permissions, const std::string& path);
+
+    /// Sets the modification date to now, and the creation date when asked, falling back to an
+    /// administrator's rights. False for a missing file: none is made.
+    static bool touchFile(const std::string& path, SetCreationDate setCreationDate);
+
+    // Folders
+
+    /// Whether there is nothing in a folder, or nothing but files named ".DS_Store" and "Icon\r"
+    /// (with a carriage return) and folders that are empty in this way. A link in it is something.
+    /// Deliberate: a folder that is missing or may not be read counts as empty; a file does not.
+    static bool isFolderEmpty(const std::string& path);
+    /// removeFile() when it is empty in this way; false otherwise.
+    static bool removeFolderIfEmpty(const std::string& path);
+
+    /// trashFile() for each entry of a folder; each is tried, and true when all succeeded or there
+    /// are none.
+    static bool trashDirectoryContents(const std::string& folder);
+    static bool trashDirectoryContents(const std::string& folder, ShouldAuth shouldAuth);
+
+    /// trashFile() for each file with this extension, letter case (ASCII) aside, or with exactly
+    /// this name, in a folder and the folders in it, packages too; links count as files and are not
+    /// followed. The paths of those, in the order in which the folders list them, whether they
+    /// could be trashed or not.
+    static std::vector<std::string> trashFilesOfType(const std::string& extension,
+                                                     const std::string& folder);
+    static std::vector<std::string> trashFilesNamed(const std::string& name,
+                                                    const std::string& folder);
+
+    // Waiting
+
+    /// Returns at once when there is something in the file; else logs that it is not yet created
+    /// and sleeps for 500 microseconds. Deliberate: it looks once, callers repeat it.
+    static void waitForFileCreation(const std::string& path, Timeout timeout);
+
+    /// Waits until the size and the modification date of a file have stood still for a second, and
+    /// says so to the system log when they moved; true then. False as soon as it is missing, and
+    /// when it is to be locked and cannot be. The main thread is serviced meanwhile.
+    static bool waitForFileWrites(const std::string& path);
+    static bool waitForFileWrites(const std::string& path, LockFile lockFile);
 
     // Volumes. Paths are compared as texts: links are not followed.
 
@@ -88,6 +234,17 @@ public:
                                      const std::optional<FileCopyDelegate>& delegate,
                                      const std::any& object);
 
+    /// Writes files one after the other into one, which is created or overwritten; whether that
+    /// came to its end. A source may be deleted when it has been taken in, without asking for
+    /// rights, but none any more once something could not be written, which is told to the system
+    /// log and does not end the combination.
+    ///
+    /// Deliberate: a single source is moved to the destination, deleted or not. A destination that
+    /// is one of the sources, under whatever name, or a folder is refused before anything is
+    /// touched; a single source that is its own destination stays as it is.
+    static bool combineFiles(const std::vector<std::string>& sources,
+                             const std::string& destination, DeleteSourceFiles deleteSourceFiles);
+
     // Checksums are texts of two small hexadecimal digits for each byte.
 
     /// The checksum of what came in up to now; empty when it cannot be made. The caller's state is
@@ -109,6 +266,22 @@ public:
     static std::string sha512HashForFile(const std::string& path);
     static std::string sha512HashForFile(const std::string& path,
                                          const std::optional<ChecksumDelegate>& delegate);
+
+    // Zip archives, by the tool ditto, which is waited for. Deliberate: its exit status is not
+    // looked at, but whether its result is there. The tool of the suite makes that whole or not at
+    // all; another may leave a part.
+
+    /// Packs a file, or what is in a folder, into a new archive. What stands at its path is moved
+    /// to the trash (trashFile); when that fails, or the source is it or lies in it, nothing is
+    /// done. Whether something stands at the archive's path afterwards.
+    static bool compressFile(const std::string& source, const std::string& archive,
+                             IncludeParent includeParent);
+    /// Without the folder's own name.
+    static bool compressFile(const std::string& source, const std::string& archive);
+    /// Unpacks an archive into a new folder. What stands at its path is moved to the trash, without
+    /// an administrator's rights; when that fails, or the archive is it or lies in it, nothing is
+    /// done. Whether the folder is there afterwards.
+    static bool decompressFile(const std::string& archive, const std::string& folder);
 
     // What the desktop's file browser shows. Progress, labels and metadata apply to volumes with a
     // Mac file system only (isMacFilesystemAtPath). Links are followed.

@@ -26,9 +26,9 @@ struct KilledBySignal {
 };
 using ChildEnd = std::variant<ExitedWithStatus, KilledBySignal>;
 
-/// What a child finds at its standard input: nothing, ours, or a pipe that nothing is written
-/// into and that ends when the object goes.
-enum class ChildInput { kNull, kInherit, kPipe };
+/// What a child finds at its standard input: nothing, ours, a pipe that nothing is written into and
+/// that ends when the object goes, or what its starter gives.
+enum class ChildInput { kNull, kInherit, kPipe, kGiven };
 
 /// Where a child's standard output or error goes.
 enum class ChildStream { kInherit, kNull, kPipe };
@@ -44,9 +44,10 @@ enum class ChildSession { kOurs, kOwn };
 struct ChildProcessOptions {
     std::string path;                   ///< Taken as it is; no search.
     std::vector<std::string> arguments; ///< Without the program itself.
-    /// "NAME=value", all that the child has; without it the child has ours.
+    /// "NAME=value", all that the child has; without it the child has ours (environmentOfChildren).
     std::optional<std::vector<std::string>> environment;
     ChildInput standardInput = ChildInput::kNull;
+    int givenInput = -1; ///< The descriptor of kGiven; it stays the caller's.
     ChildStream standardOutput = ChildStream::kInherit;
     ChildStream standardError = ChildStream::kInherit;
     ChildSession session = ChildSession::kOurs;

@@ -1,6 +1,7 @@
 #include "platform/process/Spawn.h"
 
 #include "platform/PosixError.h"
+#include "platform/process/ChildEnvironment.h"
 #include "platform/process/ChildProcess.h"
 
 #include <fcntl.h>
@@ -100,17 +101,27 @@ int openPipe(Pipe& pipe) {
     return failure != 0 ? failure : moveOffStandardStreams(pipe.writingEnd);
 }
 
+/// A descriptor of our own for the same thing, away from the places of the standard streams.
+int copyDescriptor(int descriptor, FileDescriptor& copy) {
+    copy = FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    return copy ? 0 : errno;
+}
+
 /// Prepares the child's input; 0, or an errno.
-int directInput(ChildInput input, FileActions& actions, Pipe& pipe) {
-    switch (input) {
+int directInput(const ChildProcessOptions& options, FileActions& actions, Pipe& pipe) {
+    int failure = 0;
+    switch (options.standardInput) {
     case ChildInput::kInherit:
         return 0;
     case ChildInput::kNull:
         return actions.openNull(STDIN_FILENO, O_RDONLY);
     case ChildInput::kPipe:
+        failure = openPipe(pipe);
+        break;
+    case ChildInput::kGiven:
+        failure = copyDescriptor(options.givenInput, pipe.readingEnd);
         break;
     }
-    const int failure = openPipe(pipe);
     return failure != 0 ? failure : actions.duplicate(pipe.readingEnd.get(), STDIN_FILENO);
 }
 
@@ -142,7 +153,7 @@ struct Pipes {
 
 /// 0, or an errno.
 int directStreams(const ChildProcessOptions& options, FileActions& actions, Pipes& pipes) {
-    int failure = directInput(options.standardInput, actions, pipes.input);
+    int failure = directInput(options, actions, pipes.input);
     if (failure == 0) {
         failure = directOutput(options.standardOutput, STDOUT_FILENO, actions, pipes.output);
     }
@@ -188,13 +199,13 @@ int startProgram(const ChildProcessOptions& options, const FileActions& actions,
     TextVector arguments;
     arguments.add(options.path);
     arguments.add(options.arguments);
+    const std::vector<std::string> variables =
+        options.environment ? *options.environment : environmentOfChildren();
     TextVector environment;
-    if (options.environment) {
-        environment.add(*options.environment);
-    }
+    environment.add(variables);
     const FreshAttributes attributes(options.session);
     return ::posix_spawn(&processId, options.path.c_str(), actions.get(), attributes.get(),
-                         arguments.ended(), options.environment ? environment.ended() : environ);
+                         arguments.ended(), environment.ended());
 }
 
 } // namespace

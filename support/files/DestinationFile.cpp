@@ -10,13 +10,26 @@ namespace fw {
 DestinationFile::DestinationFile(std::string path, ByteFile file)
     : path_(std::move(path)), file_(std::move(file)) {}
 
-void DestinationFile::take(std::span<const std::byte> chunk, const ChunkBuffer& readBack) {
-    const bool isVerified = digest_.has_value() && !chunk.empty();
-    const std::optional<std::uint64_t> start = isVerified ? file_->position() : std::nullopt;
-    if (file_->write(chunk) < chunk.size()) {
+bool DestinationFile::written(bool isDone) const {
+    if (!isDone) {
         systemLog(formattedText("Error writing file %@: %i", path_,
                                 static_cast<int>(file_->hasFailed())));
     }
+    return isDone;
+}
+
+bool DestinationFile::write(std::span<const std::byte> chunk) {
+    return written(file_->write(chunk) == chunk.size());
+}
+
+bool DestinationFile::flush() {
+    return written(file_->flush());
+}
+
+void DestinationFile::take(std::span<const std::byte> chunk, const ChunkBuffer& readBack) {
+    const bool isVerified = digest_.has_value() && !chunk.empty();
+    const std::optional<std::uint64_t> start = isVerified ? file_->position() : std::nullopt;
+    write(chunk);
     if (isVerified) {
         goBackTo(start, chunk.size());
         const std::size_t count = file_->read(readBack.first(chunk.size()));

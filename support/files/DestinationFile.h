@@ -20,9 +20,15 @@ public:
     bool truncate() { return file_->truncate(); }
     void verifyWith(const Digest& empty) { digest_ = empty; }
 
-    /// Writes the chunk at the current end; a short write is told to the system log. When it is to
-    /// be verified, what then stands there is read into `readBack` and taken into the digest.
+    /// Writes the chunk at the current end; false for a short write, which is told to the system
+    /// log.
+    bool write(std::span<const std::byte> chunk);
+    /// Writes the chunk. When it is to be verified, what then stands there is read into `readBack`
+    /// and taken into the digest.
     void take(std::span<const std::byte> chunk, const ChunkBuffer& readBack);
+
+    /// Has the disk take what was written; a failure counts and is told as a short write.
+    bool flush();
 
     /// What was read back stays known.
     void close() { file_.reset(); }
@@ -30,6 +36,7 @@ public:
     const Digest& digest() const { return *digest_; }
 
 private:
+    bool written(bool isDone) const;
     void goBackTo(std::optional<std::uint64_t> start, std::size_t chunkLength);
 
     std::string path_;

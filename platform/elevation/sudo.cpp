@@ -1,0 +1,171 @@
+#include "platform/elevation/sudo.h"
+
+#include "platform/FileDescriptor.h"
+#include "platform/PosixError.h"
+#include "platform/process/ChildProcess.h"
+#include "platform/tools/toolPath.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <chrono>
+#include <optional>
+#include <utility>
+
+namespace fw::sudo {
+namespace {
+
+constexpr const char* kSudo = "/usr/bin/sudo";
+constexpr const char* kSu = "/bin/su";
+/// Who may run a shell may run anything.
+constexpr const char* kAnything = "/bin/sh";
+/// Far more than a machine needs that asks nobody; a refusal takes seconds.
+constexpr std::chrono::minutes kLimit{1};
+
+using Arguments = std::vector<std::string>;
+
+/// A call that shows and reads nothing.
+ChildProcessOptions callOf(const char* program, Arguments arguments) {
+    ChildProcessOptions options;
+    options.path = toolPath(program);
+    options.arguments = std::move(arguments);
+    options.standardOutput = ChildStream::kNull;
+    options.standardError = ChildStream::kNull;
+    // Signals of ours do not reach what runs as the superuser: it cannot be ended from here.
+    options.whenReleased = WhenReleased::kLeave;
+    return options;
+}
+
+ChildProcessOptions sudoCall(Arguments arguments) {
+    return callOf(kSudo, std::move(arguments));
+}
+
+ChildStream streamFor(ToolOutput output) {
+    return output == ToolOutput::kTaken ? ChildStream::kPipe : ChildStream::kNull;
+}
+
+using Call = std::unique_ptr<ChildProcess>;
+
+/// A call that has ended well.
+Result<Call> granted(const ChildProcessOptions& options,
+                     std::optional<std::chrono::milliseconds> limit = kLimit) {
+    auto started = ChildProcess::start(options);
+    if (!started) {
+        return started.error();
+    }
+    Call call = std::move(started).value();
+    const std::optional<ChildEnd> end = limit ? call->wait(*limit) : call->wait();
+    if (!end) {
+        return posixError(ETIMEDOUT);
+    }
+    if (*end != ChildEnd(ExitedWithStatus{0})) {
+        return posixError(EACCES);
+    }
+    return call;
+}
+
+bool isGranted(const ChildProcessOptions& options) {
+    return static_cast<bool>(granted(options));
+}
+
+/// With the password as so many lines at its standard input.
+Result<Call> granted(ChildProcessOptions options, const SecretText& password, int lines) {
+    const auto input = password.asLines(lines);
+    if (!input) {
+        return input.error();
+    }
+    options.standardInput = ChildInput::kGiven;
+    options.givenInput = input.value().get();
+    return granted(options);
+}
+
+/// The output of a tool that sudo has left to itself: sudo ends at once, the tool's end of the pipe
+/// stays.
+class PipeStream final : public ToolStream {
+public:
+    explicit PipeStream(Call call) : call_(std::move(call)) {}
+    std::string read() override { return call_->availableOutput(); }
+
+private:
+    Call call_;
+};
+
+Result<std::unique_ptr<ToolStream>> streamOf(Result<Call> call) {
+    if (!call) {
+        return call.error();
+    }
+    return std::unique_ptr<ToolStream>(std::make_unique<PipeStream>(std::move(call).value()));
+}
+
+/// "-b": sudo looks at the rights, starts the tool and ends, while the tool runs on.
+Arguments toolArguments(Arguments options, const std::string& tool, const Arguments& arguments) {
+    options.insert(options.end(), {"-b", "--"});
+    // A name alone is a file in the current folder, not one to be searched for.
+    options.push_back(tool.find('/') == std::string::npos ? std::string("./").append(tool) : tool);
+    options.insert(options.end(), arguments.begin(), arguments.end());
+    return options;
+}
+
+/// su asks for the password of the administrator, and in their name sudo asks once more: "-k" keeps
+/// a ticket that is there from counting.
+ChildProcessOptions callAs(const std::string& administrator, const Arguments& sudoArguments) {
+    Arguments arguments = {"-s", "/bin/sh",       "-c", "exec \"$@\"", "--", administrator,
+                           "sh", toolPath(kSudo), "-S", "-k",          "-p", ""};
+    arguments.insert(arguments.end(), sudoArguments.begin(), sudoArguments.end());
+    return callOf(kSu, std::move(arguments));
+}
+
+bool hasTerminal() {
+    return static_cast<bool>(FileDescriptor(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC)));
+}
+
+} // namespace
+
+bool isInstalled() {
+    return isExecutableFile(toolPath(kSudo)) && isExecutableFile(toolPath(kSu));
+}
+
+bool ask() {
+    ChildProcessOptions call = sudoCall(hasTerminal() ? Arguments{"-v"} : Arguments{"-A", "-v"});
+    call.standardError = ChildStream::kInherit; // Where sudo tells what it misses.
+    return static_cast<bool>(granted(call, std::nullopt));
+}
+
+bool authenticate(const SecretText& password) {
+    // Both at once, sudo takes the password and keeps no ticket.
+    endTicket();
+    return static_cast<bool>(granted(sudoCall({"-S", "-p", "", "-v"}), password, 1));
+}
+
+bool hasTicket() {
+    return isGranted(sudoCall({"-n", "-v"}));
+}
+
+bool mayRunAnything() {
+    return isGranted(sudoCall({"-n", "-l", "--", kAnything}));
+}
+
+void endTicket() {
+    static_cast<void>(isGranted(sudoCall({"-k"})));
+}
+
+Result<std::unique_ptr<ToolStream>> run(const std::string& tool, const Arguments& arguments,
+                                        ToolOutput output) {
+    ChildProcessOptions call = sudoCall(toolArguments({"-n"}, tool, arguments));
+    call.standardOutput = streamFor(output);
+    return streamOf(granted(call));
+}
+
+bool mayRunAnything(const std::string& administrator, const SecretText& password) {
+    return static_cast<bool>(granted(callAs(administrator, {"-l", "--", kAnything}), password, 2));
+}
+
+Result<std::unique_ptr<ToolStream>> run(const std::string& administrator,
+                                        const SecretText& password, const std::string& tool,
+                                        const Arguments& arguments, ToolOutput output) {
+    ChildProcessOptions call = callAs(administrator, toolArguments({}, tool, arguments));
+    call.standardOutput = streamFor(output);
+    return streamOf(granted(std::move(call), password, 2));
+}
+
+} // namespace fw::sudo

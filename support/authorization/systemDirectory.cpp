@@ -1,0 +1,105 @@
+#include "support/authorization/systemDirectory.h"
+
+#include "base/text.h"
+#include "support/FWLocalPaths.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace fw {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Beside those that FWLocalPaths knows and "/lib...".
+constexpr auto kTopFolders = std::to_array<const char*>(
+    {"/boot", "/dev", "/etc", "/home", "/opt", "/proc", "/root", "/run", "/srv", "/sys"});
+
+std::string withoutTrailingSlashes(std::string path) {
+    while (path.size() > 1 && path.back() == '/') {
+        path.pop_back();
+    }
+    return path;
+}
+
+bool isTopFolder(std::string_view path) {
+    const bool isLibrary = path.starts_with("/lib") && path.find('/', 1) == std::string_view::npos;
+    return isLibrary ||
+           std::find(kTopFolders.begin(), kTopFolders.end(), path) != kTopFolders.end();
+}
+
+bool isSystemDirectory(const std::string& path) {
+    return isTopFolder(path) || FWLocalPaths::isPathSystemDirectory(path, ExactMatch::kYes);
+}
+
+/// From "/" on, without ".", ".." and doubled slashes; as they are written, whatever stands there.
+std::string plainPath(const std::string& path) {
+    std::error_code failure;
+    const fs::path whole = fs::absolute(path, failure);
+    return withoutTrailingSlashes((failure ? fs::path(path) : whole).lexically_normal().string());
+}
+
+bool isStep(std::string_view component) {
+    return component == "." || component == "..";
+}
+
+/// The path without links, but for the one at the end where that is meant itself. A path that leads
+/// nowhere stays as it is.
+std::string realPath(const std::string& path, LinkAtEnd linkAtEnd) {
+    std::error_code failure;
+    const fs::path whole = withoutTrailingSlashes(path);
+    const fs::path name = whole.filename();
+    if (linkAtEnd == LinkAtEnd::kTaken && !isStep(name.string())) {
+        const fs::path parent = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
+        const fs::path real = fs::canonical(parent, failure) / name;
+        return failure ? path : real.string();
+    }
+    const fs::path real = fs::canonical(whole, failure);
+    return failure ? path : real.string();
+}
+
+bool isSameFolder(const struct stat& folder, const std::string& path) {
+    struct stat other {};
+    return ::stat(path.c_str(), &other) == 0 && other.st_dev == folder.st_dev &&
+           other.st_ino == folder.st_ino;
+}
+
+/// Whether the folder at the path is one of the machine's top folders or the user's home, under
+/// whatever name: through a link, or mounted a second time.
+bool isTopFolderByAnotherName(const std::string& path, LinkAtEnd linkAtEnd) {
+    struct stat folder {};
+    const auto look = linkAtEnd == LinkAtEnd::kTaken ? ::lstat : ::stat;
+    if (look(path.c_str(), &folder) != 0 || !S_ISDIR(folder.st_mode)) {
+        return false;
+    }
+    const auto isThat = [&](const std::string& top) {
+        return isSameFolder(folder, top);
+    };
+    const auto others = {std::string("/"),
+                         std::string("/bin"),
+                         std::string("/lib"),
+                         std::string("/sbin"),
+                         std::string("/usr"),
+                         std::string("/var"),
+                         FWLocalPaths::userDirectory()};
+    return std::any_of(kTopFolders.begin(), kTopFolders.end(), isThat) ||
+           std::any_of(others.begin(), others.end(), isThat);
+}
+
+} // namespace
+
+bool isRefusedDirectory(const std::string& path, LinkAtEnd linkAtEnd) {
+    if (path.empty()) {
+        return false;
+    }
+    return isSystemDirectory(withoutTrailingSlashes(path)) || isSystemDirectory(plainPath(path)) ||
+           isSystemDirectory(realPath(path, linkAtEnd)) ||
+           isTopFolderByAnotherName(path, linkAtEnd);
+}
+
+} // namespace fw

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace fw {
+
+/// Whether an operation takes a link at the end of its path as what it is, or as what it leads to.
+enum class LinkAtEnd : bool { kTaken, kFollowed };
+
+/// Whether privileged operations must keep away from a path: a system directory (FWLocalPaths,
+/// exact match), one of the machine's other top folders, or another name or way to one of them.
+bool isRefusedDirectory(const std::string& path, LinkAtEnd linkAtEnd);
+
+} // namespace fw
