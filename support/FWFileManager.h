@@ -70,7 +70,9 @@ public:
     // main thread is serviced while it waits (serviceMainThread).
     //
     // A plain step that fails is logged before the rights are tried; the messages end in
-    // "Authorizing...", whether they may be tried or not.
+    // "Authorizing...", whether they may be tried or not. The rights are those of FWAuthorization,
+    // whose copies and moves replace what is in the way of the plain ones; a file that is its own
+    // destination, under whatever name, is never handed to them.
 
     /// Unlocks and removes a file, or a folder with all that is in it; a missing one counts as
     /// removed. File systems mounted there are left alone.

@@ -1,5 +1,7 @@
 #include "support/files/FileRights.h"
 
+#include "support/files/administratorRights.h"
+
 #include <mutex>
 #include <utility>
 
@@ -8,7 +10,7 @@ namespace {
 
 struct Installed {
     std::mutex mutex;
-    FileRights rights;
+    FileRights rights = administratorRights();
 };
 
 /// Never destroyed: threads may ask while the program ends.

@@ -37,11 +37,7 @@ FileOperationTest::FileOperationTest() {
         }
         return note(text);
     };
-    before_ = setFileRights(std::move(rights));
-}
-
-FileOperationTest::~FileOperationTest() {
-    setFileRights(std::move(before_));
+    setFileRights(std::move(rights));
 }
 
 void FileOperationTest::SetUp() {

@@ -17,7 +17,6 @@ namespace fw::test {
 class FileOperationTest : public FileTest {
 protected:
     FileOperationTest();
-    ~FileOperationTest() override;
 
     void SetUp() override;
 
@@ -47,7 +46,6 @@ private:
     bool note(const std::string& text);
 
     TestHome home_;
-    FileRights before_;
     FileCalls calls_;
 };
 
