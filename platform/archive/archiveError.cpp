@@ -4,6 +4,9 @@
 
 #include <archive.h>
 
+#include <cerrno>
+#include <cstring>
+
 namespace fw {
 namespace {
 
@@ -12,11 +15,20 @@ std::string about(const std::string& path, const std::string& reason) {
     return text.append(": ").append(reason);
 }
 
+/// The library gives errors of its own the numbers of damaged text and of wrong arguments.
+bool isOfSystem(int number) {
+    return number > 0 && number != EILSEQ && number != EINVAL;
+}
+
 } // namespace
 
 Error archiveError(archive* handle, const std::string& path) {
-    const char* const reason = archive_error_string(handle);
-    return archiveError(path, reason != nullptr ? reason : "unknown error");
+    const char* const text = archive_error_string(handle);
+    std::string reason = text != nullptr ? text : "unknown error";
+    if (isOfSystem(archive_errno(handle))) {
+        reason.append(": ").append(std::strerror(archive_errno(handle)));
+    }
+    return archiveError(path, reason);
 }
 
 Error archiveError(const std::string& path, const std::string& reason) {

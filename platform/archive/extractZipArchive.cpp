@@ -41,8 +41,9 @@ bool isEmptyArchive(const std::string& path) {
 /// Unpacks one archive into one folder.
 class ZipReading {
 public:
-    ZipReading(std::string path, std::string folder)
-        : path_(std::move(path)), folder_(std::move(folder)) {}
+    /// `shown` is the folder's path in errors.
+    ZipReading(std::string path, std::string folder, std::string shown)
+        : path_(std::move(path)), folder_(std::move(folder)), shown_(std::move(shown)) {}
 
     std::optional<Error> read();
 
@@ -54,6 +55,7 @@ private:
 
     std::string path_;
     std::string folder_;
+    std::string shown_;
     ArchiveHandle zip_{archive_read_new()};
     ArchiveHandle disk_{archive_write_disk_new()};
 };
@@ -145,12 +147,12 @@ std::optional<Error> ZipReading::unpackContents(const std::string& name) {
             return archiveError(zip_.get(), appendedPathComponent(path_, name));
         }
         if (archive_write_data_block(disk_.get(), bytes, count, offset) != ARCHIVE_OK) {
-            return archiveError(disk_.get(), appendedPathComponent(folder_, name));
+            return archiveError(disk_.get(), appendedPathComponent(shown_, name));
         }
     }
     return archive_write_finish_entry(disk_.get()) == ARCHIVE_OK
                ? std::nullopt
-               : std::optional(archiveError(disk_.get(), appendedPathComponent(folder_, name)));
+               : std::optional(archiveError(disk_.get(), appendedPathComponent(shown_, name)));
 }
 
 } // namespace
@@ -160,7 +162,7 @@ std::optional<Error> extractZipArchive(const std::string& archive, const std::st
     if (destination.failure()) {
         return destination.failure();
     }
-    if (auto failure = ZipReading(archive, destination.path()).read()) {
+    if (auto failure = ZipReading(archive, destination.path(), folder).read()) {
         return failure;
     }
     return destination.putInPlace();
