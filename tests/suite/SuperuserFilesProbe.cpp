@@ -147,8 +147,8 @@ TEST_F(SuperuserFilesProbe, WhatIsMountedIsLeftAloneAndNoRightsAreTried) {
     answer = true;
     EXPECT_FALSE(FWFileManager::removeFile(path("a/disk")));
     EXPECT_FALSE(FWFileManager::removeFile(path("a")));
-    EXPECT_FALSE(FWFileManager::trashFile(path("a/disk"), ShouldAuth::kNo));
-    EXPECT_FALSE(FWFileManager::moveFile(path("a/disk"), path("b"), ShouldAuth::kNo));
+    EXPECT_FALSE(FWFileManager::trashFile(path("a/disk")));
+    EXPECT_FALSE(FWFileManager::moveFile(path("a/disk"), path("b")));
     EXPECT_EQ(contents("a/disk/file"), "kept");
     EXPECT_FALSE(exists("b"));
     EXPECT_THAT(asked, IsEmpty());
