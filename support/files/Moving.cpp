@@ -6,6 +6,9 @@
 #include "support/files/FileRights.h"
 #include "support/files/waitUntil.h"
 
+#include <cerrno>
+#include <string_view>
+
 namespace fw {
 namespace {
 
@@ -28,14 +31,23 @@ std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
     return failure;
 }
 
+/// What would be in the way if the destination is a folder to move into.
+void unlockDestination(const std::string& source, const std::string& destination) {
+    FWFileManager::unlockFile(destination);
+    const std::string_view name = lastPathComponent(source);
+    if (!name.empty() && name != "/") {
+        FWFileManager::unlockFolder(appendedPathComponent(destination, name));
+    }
+}
+
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& source,
                       const std::string& destination) {
     if (failure.isDestinationWhole) {
         return withRights(&FileRights::removeFile, source);
     }
-    // No rights are needed to leave a file that is its own destination as it is.
-    return !isSameFile(source, destination) &&
+    // Rights would not spare what is mounted there, nor a file that is its own destination.
+    return failure.error.code != EBUSY && !isSameFile(source, destination) &&
            withRights(&FileRights::moveFile, source, destination);
 }
 
@@ -47,8 +59,7 @@ bool FWFileManager::moveFile(const std::string& source, const std::string& desti
 
 bool FWFileManager::moveFile(const std::string& source, const std::string& destination,
                              ShouldAuth shouldAuth) {
-    unlockFile(destination);
-    unlockFolder(appendedPathComponent(destination, lastPathComponent(source)));
+    unlockDestination(source, destination);
     const std::optional<MoveFailure> failure = differInLetterCaseOnly(source, destination)
                                                    ? moveInTwoSteps(source, destination)
                                                    : moveItem(source, destination);

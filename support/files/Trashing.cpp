@@ -14,22 +14,25 @@ namespace {
 
 constexpr mode_t kOwnerOnly = 0700;
 
-bool movedToTrash(const std::string& path) {
+std::optional<Error> moveToTrash(const std::string& path) {
     const std::string trash = FWLocalPaths::trashDirectory();
-    if (trash.empty() || (!isFolder(trash) && makeFolder(trash, kOwnerOnly))) {
-        return false;
+    if (const auto failure = makeFolder(trash, kOwnerOnly)) {
+        return failure; // Also for an unknown, and so empty, path.
     }
     const std::string wanted = appendedPathComponent(trash, lastPathComponent(path));
     // Others may take a free name first, so often at most.
     constexpr int kMostTries = 100;
+    std::optional<MoveFailure> failure;
     for (int i = 0; i < kMostTries; ++i) {
-        const std::optional<MoveFailure> failure =
-            moveItem(path, FWFileManager::uniqueFilename(wanted));
-        if (!failure || failure->error.code != EEXIST) {
-            return !failure;
+        failure = moveItem(path, FWFileManager::uniqueFilename(wanted));
+        if (!failure) {
+            return std::nullopt;
+        }
+        if (failure->error.code != EEXIST) {
+            break;
         }
     }
-    return false;
+    return failure->error;
 }
 
 } // namespace
@@ -40,10 +43,16 @@ bool FWFileManager::trashFile(const std::string& path) {
 
 bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
-    if (!isEntry(path) || movedToTrash(path)) {
+    if (!isEntry(path)) {
         return true;
     }
-    return shouldAuth == ShouldAuth::kYes && withRights(&FileRights::trashFile, path);
+    const std::optional<Error> failure = moveToTrash(path);
+    if (!failure) {
+        return true;
+    }
+    // Rights would not spare what is mounted there.
+    const bool isMounted = failure->code == EBUSY;
+    return shouldAuth == ShouldAuth::kYes && !isMounted && withRights(&FileRights::trashFile, path);
 }
 
 bool FWFileManager::trashFile(const std::string& path, Timeout timeout) {

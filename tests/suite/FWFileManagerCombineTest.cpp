@@ -236,7 +236,7 @@ TEST_F(FWFileManagerCombineTest, AReadErrorEndsItAndTheSourceStays) {
               message + "\n");
     EXPECT_THAT(logged(), ElementsAre(message));
     EXPECT_EQ(contents("b"), someBytes(2 * kChunk));
-    EXPECT_EQ(contents("all"), "1" + someBytes(2 * kChunk).substr(0, kChunk));
+    EXPECT_EQ(contents("all"), std::string("1").append(someBytes(2 * kChunk), 0, kChunk));
 }
 
 TEST_F(FWFileManagerCombineTest, AfterAShortWriteItGoesOnAndDeletesNoSourceAnyMore) {
@@ -254,7 +254,7 @@ TEST_F(FWFileManagerCombineTest, AfterAShortWriteItGoesOnAndDeletesNoSourceAnyMo
     EXPECT_FALSE(exists("a")) << "all of it is in the destination";
     EXPECT_EQ(contents("b"), someBytes(kChunk));
     EXPECT_EQ(contents("c"), "3");
-    EXPECT_EQ(contents("all"), "1" + someBytes(kChunk).substr(0, 99));
+    EXPECT_EQ(contents("all"), std::string("1").append(someBytes(kChunk), 0, 99));
 }
 
 TEST_F(FWFileManagerCombineTest, NamesMayBeLongAndNeedNotBeText) {

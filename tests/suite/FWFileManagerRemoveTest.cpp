@@ -116,6 +116,9 @@ TEST_F(FWFileManagerRemoveTest, AFolderMayHave100000Entries) {
         ASSERT_EQ(::mknod(name.c_str(), S_IFREG | 0600, 0), 0);
     }
     const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(FWFileManager::isFolderEmpty(path("large")));
+    EXPECT_THAT(FWFileManager::trashFilesNamed("100000", path("large")), IsEmpty());
+    EXPECT_THAT(FWFileManager::trashFilesOfType("mov", path("large")), IsEmpty());
     EXPECT_TRUE(FWFileManager::removeFile(path("large")));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
     EXPECT_FALSE(exists("large"));
