@@ -50,6 +50,14 @@ std::optional<Error> flushFileSystemOf(const std::string& folder) {
     return ::syncfs(descriptor.get()) == 0 ? std::nullopt : std::optional(posixError(errno));
 }
 
+/// 0, or why it is known beforehand that the entry cannot be removed.
+int removalObstacle(const Location& place) {
+    if (isMountRoot(place.folder.get(), place.name)) {
+        return EBUSY;
+    }
+    return ::faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
+}
+
 std::optional<MoveFailure> moveAcross(const std::string& source, const std::string& destination) {
     if (const std::optional<Error> failure = copyItem(source, destination)) {
         return MoveFailure{*failure};
@@ -75,12 +83,12 @@ std::optional<MoveFailure> moveItem(const std::string& source, const std::string
     if (!to) {
         return MoveFailure{to.error()};
     }
-    const int failure = renameEntry(from.value(), to.value());
-    if (failure == EXDEV && isMountRoot(from.value().folder.get(), from.value().name)) {
-        return MoveFailure{posixError(EBUSY)}; // It could not be removed afterwards.
-    }
+    int failure = renameEntry(from.value(), to.value());
     if (failure == EXDEV) {
-        return moveAcross(source, destination);
+        failure = removalObstacle(from.value()); // It would be copied for nothing.
+        if (failure == 0) {
+            return moveAcross(source, destination);
+        }
     }
     return failure == 0 ? std::nullopt : std::optional(MoveFailure{posixError(failure)});
 }

@@ -206,6 +206,17 @@ TEST_F(FWFileManagerMoveTest, AcrossFileSystemsTooADestinationIsInTheWay) {
     EXPECT_EQ(contents("b"), "kept");
 }
 
+TEST_F(FWFileManagerMoveTest, WhatCannotBeRemovedAfterwardsIsNotCopied) {
+    setFoldersApart();
+    folder("folder");
+    made("folder/a", "text");
+    const ReadOnly readOnly(path("folder"));
+    EXPECT_FALSE(FWFileManager::moveFile(path("folder/a"), path("b")));
+    EXPECT_EQ(logged(), messages("folder/a", "b", "Permission denied"));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("folder/a") + " " + path("b")));
+}
+
 TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItCopiesLeavesTheSource) {
     setFoldersApart();
     folder("a");

@@ -73,14 +73,15 @@ TEST_F(SuperuserFilesProbe, AFolderIsLockedInItsDepthsAndNotItself) {
     folder("a/inner");
     made("a/file", "");
     made("a/inner/other", "");
-    made("outside", "");
+    folder("outside");
+    made("outside/file", "");
     link("../outside", "a/link");
     EXPECT_FALSE(FWFileManager::lockFolder(path("a"))) << "a link has no lock";
     for (const char* name : {"a/file", "a/inner", "a/inner/other"}) {
         EXPECT_TRUE(FWFileManager::isFileLocked(path(name))) << name;
     }
     EXPECT_FALSE(FWFileManager::isFileLocked(path("a")));
-    EXPECT_FALSE(FWFileManager::isFileLocked(path("outside")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("outside/file")));
     EXPECT_TRUE(FWFileManager::unlockFolder(path("a")));
     for (const char* name : {"a/file", "a/inner", "a/inner/other"}) {
         EXPECT_FALSE(FWFileManager::isFileLocked(path(name))) << name;
