@@ -214,6 +214,8 @@ public:
     /// property list is told to the system log. Waits until the tool is done.
     static PropertyListDictionary infoForDiskAtMountpoint(const std::string& mountPoint);
 
+    // Copying with progress, combining
+
     /// Copies one regular file to others, reading it once, and hands on its dates and Finder
     /// attributes; whether it succeeded. Missing folders are created, files that exist are
     /// overwritten. With a verification each chunk is read back at once, and checksums are
