@@ -64,6 +64,10 @@ bool ByteFile::truncate() {
     return noted(::ftruncate(descriptor_.get(), 0) == 0);
 }
 
+bool ByteFile::flush() {
+    return noted(::fdatasync(descriptor_.get()) == 0);
+}
+
 std::size_t ByteFile::read(std::span<std::byte> bytes) {
     std::size_t done = 0;
     while (done < bytes.size()) {

@@ -35,6 +35,9 @@ public:
     /// Writes until all are written or an error stops it; how many went.
     std::size_t write(std::span<const std::byte> bytes);
 
+    /// Has the disk take what was written; false, with an error number, when that fails.
+    bool flush();
+
     /// Where the next byte is read or written; nothing, with an error number, when that fails.
     std::optional<std::uint64_t> position();
     bool setPosition(std::uint64_t position);

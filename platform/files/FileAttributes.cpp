@@ -18,8 +18,6 @@ using Date = FileAttributes::Date;
 using std::chrono::nanoseconds;
 using std::chrono::seconds;
 
-constexpr const char* kCreationDate = "com.fernwick.creationdate";
-
 /// Nothing for a date out of range.
 std::optional<Date> dateOf(const statx_timestamp& time) {
     std::int64_t count = 0;
@@ -36,7 +34,7 @@ timespec timeOf(Date date) {
 }
 
 std::optional<Date> keptCreationDate(const std::string& path) {
-    const Result<std::string> text = extendedAttribute(path, kCreationDate);
+    const Result<std::string> text = extendedAttribute(path, kCreationDateAttribute);
     if (!text) {
         return std::nullopt;
     }
@@ -48,8 +46,7 @@ std::optional<Date> keptCreationDate(const std::string& path) {
 }
 
 std::optional<Error> setCreationDate(const std::string& path, Date date) {
-    const nanoseconds count = date.time_since_epoch();
-    return setExtendedAttribute(path, kCreationDate, std::to_string(count.count()));
+    return setExtendedAttribute(path, kCreationDateAttribute, creationDateText(date));
 }
 
 std::optional<Error> setModificationDate(const std::string& path, Date date) {
@@ -59,6 +56,10 @@ std::optional<Error> setModificationDate(const std::string& path, Date date) {
 }
 
 } // namespace
+
+std::string creationDateText(Date date) {
+    return std::to_string(nanoseconds(date.time_since_epoch()).count());
+}
 
 FileAttributes fileAttributes(const std::string& path) {
     struct statx status {};
@@ -100,6 +101,14 @@ std::optional<Error> setFileAttributes(const std::string& path, const FileAttrib
         note(setModificationDate(path, *attributes.modificationDate));
     }
     return first;
+}
+
+std::optional<Error> touch(const std::string& path) {
+    if (path.find('\0') != std::string::npos) {
+        return posixError(EINVAL);
+    }
+    return ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0 ? std::nullopt
+                                                                : std::optional(posixError(errno));
 }
 
 } // namespace fw

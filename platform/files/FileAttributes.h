@@ -28,6 +28,10 @@ struct FileAttributes {
     bool operator==(const FileAttributes&) const = default;
 };
 
+/// The name and the text of the attribute in which a creation date is kept.
+constexpr const char* kCreationDateAttribute = "com.fernwick.creationdate";
+std::string creationDateText(FileAttributes::Date date);
+
 /// Those of the file at the path, links followed; all empty when there is none. A date that cannot
 /// be read, or lies out of the range of `Date`, is missing. Safe from any thread.
 FileAttributes fileAttributes(const std::string& path);
@@ -37,5 +41,9 @@ FileAttributes fileAttributes(const std::string& path);
 /// Safe from any thread.
 [[nodiscard]] std::optional<Error> setFileAttributes(const std::string& path,
                                                      const FileAttributes& attributes);
+
+/// Sets the modification date to now, links followed, which whoever may write the file may do.
+/// Nothing, or why it failed (domain "POSIX"). Safe from any thread.
+[[nodiscard]] std::optional<Error> touch(const std::string& path);
 
 } // namespace fw

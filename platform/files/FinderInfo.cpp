@@ -51,6 +51,13 @@ bool FinderInfo::take(std::optional<bool> isExtensionHidden,
     return bytes_ != before;
 }
 
+bool FinderInfo::takeLabel(unsigned label) {
+    const auto before = bytes_;
+    const std::uint32_t others = number(kFlags, 2) & ~kLabel;
+    setNumber(kFlags, 2, others | (label << kLabelShift & kLabel));
+    return bytes_ != before;
+}
+
 std::optional<Error> FinderInfo::writeTo(const std::string& path) const {
     const bool isEmpty = std::all_of(bytes_.begin(), bytes_.end(), [](auto b) { return b == 0; });
     return isEmpty

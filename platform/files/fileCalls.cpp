@@ -1,5 +1,6 @@
 #include "platform/files/fileCalls.h"
 
+#include <cstdio>
 #include <mutex>
 #include <unistd.h>
 #include <utility>
@@ -18,6 +19,9 @@ std::shared_ptr<const FileCalls> completed(FileCalls calls) {
     }
     if (!all->seek) {
         all->seek = ::lseek;
+    }
+    if (!all->rename) {
+        all->rename = ::renameat2;
     }
     return all;
 }

@@ -63,24 +63,36 @@ Result<PropertyListDictionary> readPropertyList(const std::string& path) {
     if (!bytes) {
         return bytes.error();
     }
-    const ListNode root = nodeFromBytes(bytes.value());
+    return propertyListFromBytes(bytes.value());
+}
+
+Result<PropertyListDictionary> propertyListFromBytes(std::string_view bytes) {
+    if (bytes.size() > kLargestPropertyList) {
+        return listError("The property list is too large.");
+    }
+    const ListNode root = nodeFromBytes(bytes);
     PropertyListValue value;
     const bool isSound = root && readNode(root.get(), value);
     auto* dictionary = std::get_if<PropertyListDictionary>(&value.content);
     if (!isSound || dictionary == nullptr) {
-        return listError("The file is not a property list with a dictionary.");
+        return listError("This is no property list with a dictionary.");
     }
     return std::move(*dictionary);
 }
 
-std::optional<Error> writePropertyList(const std::string& path,
-                                       const PropertyListDictionary& dictionary) {
+Result<std::string> propertyListXml(const PropertyListDictionary& dictionary) {
     const ListNode root = nodeFromValue({dictionary});
-    const std::string xml = root ? xmlFromNode(root.get()) : std::string();
+    std::string xml = root ? xmlFromNode(root.get()) : std::string();
     if (xml.empty() || xml.size() > kLargestPropertyList) {
         return listError("The property list is too large or too deep.");
     }
-    return writeFileAtomically(path, xml);
+    return xml;
+}
+
+std::optional<Error> writePropertyList(const std::string& path,
+                                       const PropertyListDictionary& dictionary) {
+    const Result<std::string> xml = propertyListXml(dictionary);
+    return xml ? writeFileAtomically(path, xml.value()) : std::optional(xml.error());
 }
 
 } // namespace fw

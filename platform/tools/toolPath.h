@@ -7,7 +7,9 @@
 namespace fw {
 
 /// The path to run for a tool that the suite knows under `path`: that path itself where it exists
-/// or is not in the table of moved tools, else the machine's own.
+/// or the tool is not known, else where this machine has it. For "/usr/sbin/diskutil",
+/// "/usr/bin/ditto" and "/usr/bin/xattr" that is a program of ours (tools/), found from the folder
+/// of the running program, else where it was installed.
 std::string toolPath(const std::string& path);
 
 /// Whether the path, with links followed, is a file that this process may run. A folder, and so a

@@ -39,6 +39,12 @@ bool openUrls(const std::vector<std::string>& files, const std::string& bundleId
                              : launchDesktopEntry(files, bundleIdentifier);
 }
 
+std::int32_t sendDesktopEvent(const DesktopEvent& event) {
+    constexpr std::int32_t kTaken = 0;
+    const WorkspaceServices services = currentServices();
+    return services.sendDesktopEvent ? services.sendDesktopEvent(event) : kTaken;
+}
+
 WorkspaceServices setWorkspaceServices(WorkspaceServices services) {
     const std::lock_guard lock(installed().mutex);
     return std::exchange(installed().services, std::move(services));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,11 +22,26 @@ bool openFile(const std::string& file, const std::string& applicationPath);
 /// there is no such entry, its program is not there or may not run, or there is nothing to open.
 bool openUrls(const std::vector<std::string>& files, const std::string& bundleIdentifier);
 
+/// An event for another application. Codes are four characters, the first one highest.
+struct DesktopEvent {
+    std::uint32_t eventClass = 0;
+    std::uint32_t identifier = 0;
+    std::uint32_t addressee = 0; ///< The application's signature.
+    std::string path;            ///< The file that it is about.
+
+    bool operator==(const DesktopEvent&) const = default;
+};
+
+/// Sends an event without waiting for a reply; 0, or why it was not taken. On this machine no
+/// application is known by a signature: every event is taken, and reaches nobody.
+std::int32_t sendDesktopEvent(const DesktopEvent& event);
+
 /// Who does these requests; tests put others in place. An empty member is the machine's own.
 struct WorkspaceServices {
     std::function<bool(const std::string& file, const std::string& applicationPath)> openFile;
     std::function<bool(const std::vector<std::string>& files, const std::string& bundleIdentifier)>
         openUrls;
+    std::function<std::int32_t(const DesktopEvent& event)> sendDesktopEvent;
 };
 
 /// Puts other services in place and returns those before. It may be called from any thread; a

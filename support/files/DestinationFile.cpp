@@ -19,17 +19,27 @@ bool isSame(std::span<const std::byte> some, std::span<const std::byte> others) 
 DestinationFile::DestinationFile(std::string path, ByteFile file)
     : path_(std::move(path)), file_(std::move(file)) {}
 
-void DestinationFile::write(std::span<const std::byte> chunk) {
-    if (file_->write(chunk) < chunk.size()) {
+bool DestinationFile::written(bool isDone) const {
+    if (!isDone) {
         systemLog(formattedText("Error writing file %@: %i", path_,
                                 static_cast<int>(file_->hasFailed())));
     }
+    return isDone;
+}
+
+bool DestinationFile::write(std::span<const std::byte> chunk) {
+    return written(file_->write(chunk) == chunk.size());
+}
+
+bool DestinationFile::flush() {
+    return written(file_->flush());
 }
 
 void DestinationFile::writeAndReadBack(std::span<const std::byte> chunk,
                                        const ChunkBuffer& readBack, SourceChunks& before) {
     if (chunk.empty()) {
-        return write(chunk);
+        write(chunk);
+        return;
     }
     const std::optional<std::uint64_t> start = file_->position();
     write(chunk);

@@ -20,18 +20,23 @@ public:
     /// False when that fails.
     bool truncate() { return file_->truncate(); }
 
-    /// Writes the chunk at the current end; a short write is told to the system log.
-    void write(std::span<const std::byte> chunk);
+    /// Writes the chunk at the current end; false for a short write, which is told to the system
+    /// log.
+    bool write(std::span<const std::byte> chunk);
     /// Writes it, and reads what then stands there into `readBack`, for the digest. `before` has
     /// taken all chunks before this one.
     void writeAndReadBack(std::span<const std::byte> chunk, const ChunkBuffer& readBack,
                           SourceChunks& before);
+
+    /// Has the disk take what was written; a failure counts and is told as a short write.
+    bool flush();
 
     void close() { file_.reset(); }
     /// Of what was read back; `source` is the digest of the whole source.
     const Digest& digest(const Digest& source) const { return ownDigest_ ? *ownDigest_ : source; }
 
 private:
+    bool written(bool isDone) const;
     void goBackTo(std::optional<std::uint64_t> start, std::size_t chunkLength);
 
     std::string path_;

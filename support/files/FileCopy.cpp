@@ -2,11 +2,11 @@
 
 #include "base/FormattedText.h"
 #include "base/systemLog.h"
+#include "platform/files/Folders.h"
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
 #include "support/files/ChunkBuffer.h"
 #include "support/files/checksumText.h"
-#include "support/files/createdFolder.h"
 #include "support/files/guardedCall.h"
 #include "support/files/leadingAttributes.h"
 
@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::uint64_t kLeastProgress = 20'971'520; // 20 MiB.
 constexpr std::uint64_t kMostReports = 500;
+constexpr Timeout kFolderTimeout(10);
 
 /// The digest of nothing; none for a copy that is not verified.
 std::optional<Digest> digestFor(FileVerification verification) {
@@ -72,7 +73,8 @@ bool FileCopy::run() {
 bool FileCopy::prepareFolders() const {
     for (const std::string& destination : settings_.destinations) {
         const std::string folder = parentFolder(destination);
-        if (!FWFileManager::fileExistsAtPath(folder) && !createdFolder(folder)) {
+        if (!FWFileManager::fileExistsAtPath(folder) &&
+            !FWFileManager::createDirectory(folder, kFolderTimeout)) {
             systemLog(formattedText("Unable to copy file %@ - destination directory %@ doesn't "
                                     "exist. Aborting copy process...",
                                     settings_.source, folder));

@@ -13,12 +13,14 @@ set(sees_platform base)
 set(sees_platform/libav base pixels timecode media platform)
 set(sees_platform/elevation base platform platform/process platform/tools)
 set(sees_platform/plist base platform platform/files)
+set(sees_platform/tools base platform platform/process)
 set(sees_platform/workspace base platform platform/process)
+set(sees_tools base platform/archive platform/files platform/plist platform/volumes)
 set(sees_support base platform)
 set(sees_scanner base pixels analysis timecode media support platform/connection
     platform/mainthread)
 set(sees_oxbow base pixels timecode media support platform platform/connection platform/process)
-set(rooms base pixels analysis timecode media platform support scanner oxbow)
+set(rooms base pixels analysis timecode media platform tools support scanner oxbow)
 
 set(foreign "^(lib(av|sw)|zimg|systemd/|openssl/|plist/|gio/|glib|archive)")
 

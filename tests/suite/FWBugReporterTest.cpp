@@ -87,7 +87,8 @@ protected:
                        EXPECT_THAT(files, SizeIs(1));
                        openedUrls.push_back({files.at(0), identifier});
                        return doesWorkspaceWork;
-                   }})) {
+                   },
+               .sendDesktopEvent = {}})) {
         putChownInPlace("");
         std::filesystem::create_directory(home.file("Program"));
         executable = home.file("Program/OxbowGlint");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/files/fileCalls.h"
+#include "support/files/FileRights.h"
 #include "tests/suite/SuiteLog.h"
 #include "tests/support/FileText.h"
 #include "tests/support/SystemLogCapture.h"
@@ -13,6 +14,7 @@
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace fw::test {
@@ -39,7 +41,10 @@ std::string someBytes(std::size_t count);
 /// own.
 class FileTest : public testing::Test {
 protected:
-    ~FileTest() override { setFileCalls({}); }
+    ~FileTest() override {
+        setFileRights(std::move(rights_));
+        setFileCalls({});
+    }
 
     std::vector<std::string> logged() const { return log_.texts(); }
     std::vector<std::string> systemLogged() const { return systemLog_.linesUpToNow(); }
@@ -61,6 +66,7 @@ protected:
     }
 
 private:
+    FileRights rights_ = setFileRights({}); ///< None may be had in tests.
     TemporaryFolder folder_;
     SuiteLog log_;
     SystemLogCapture systemLog_;

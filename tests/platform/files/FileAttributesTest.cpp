@@ -1,6 +1,7 @@
 #include "platform/files/FileAttributes.h"
 
 #include "platform/files/ExtendedAttributes.h"
+#include "platform/files/FinderInfo.h"
 #include "tests/support/FileText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -82,6 +83,23 @@ TEST_F(FileAttributesTest, AFinderInfoOfNothingIsNotKept) {
     EXPECT_EQ(setFileAttributes(path(), codes), std::nullopt);
     EXPECT_EQ(extendedAttribute(path(), "com.apple.FinderInfo").error().code, ENODATA);
     EXPECT_EQ(setFileAttributes(path(), codes), std::nullopt);
+}
+
+TEST_F(FileAttributesTest, ALabelStandsInTheFinderInfoBesideTheRest) {
+    std::string info(32, '\0');
+    info[8] = 0x41;
+    info[9] = 0x11;
+    ASSERT_EQ(setExtendedAttribute(path(), "com.apple.FinderInfo", info), std::nullopt);
+    for (unsigned label : {1U, 7U, 4U, 0U}) {
+        FinderInfo changed = FinderInfo::of(path());
+        EXPECT_TRUE(changed.takeLabel(label)) << label;
+        EXPECT_FALSE(changed.takeLabel(label)) << label;
+        EXPECT_EQ(changed.writeTo(path()), std::nullopt);
+        EXPECT_EQ(FinderInfo::of(path()).label(), label);
+        info[9] = static_cast<char>(0x11 + 2 * label);
+        EXPECT_EQ(extendedAttribute(path(), "com.apple.FinderInfo").value(), info);
+    }
+    EXPECT_TRUE(FinderInfo::of(path()).isExtensionHidden());
 }
 
 TEST_F(FileAttributesTest, ACreationDateThatCannotBeReadCountsAsAbsent) {

@@ -44,6 +44,26 @@ TEST(MakeFolder, TheUmaskChangesNothing) {
     EXPECT_EQ(modeOf(folder.file("c/d")), 0700U);
 }
 
+TEST(MakeFolder, AFolderOfAUserFollowsTheUmask) {
+    const TemporaryFolder folder;
+    const mode_t before = ::umask(026);
+    const auto failure = makeFolder(folder.file("a/b"));
+    ::umask(before);
+    EXPECT_EQ(failure, std::nullopt);
+    EXPECT_EQ(modeOf(folder.file("a")), 0751U);
+    EXPECT_EQ(modeOf(folder.file("a/b")), 0751U);
+}
+
+TEST(ParentFolder, IsTheFolderThatAPathLiesIn) {
+    const std::vector<std::pair<std::string, std::string>> parents = {
+        {"/a/b", "/a"}, {"/a/b//", "/a"}, {"/a//b", "/a"}, {"/a", "/"},       {"//a", "/"},
+        {"/", "/"},     {"//", "/"},      {"a/b", "a"},    {"a", "."},        {"a/", "."},
+        {"", "."},      {".", "."},       {"a/..", "a"},   {"\xFF/x", "\xFF"}};
+    for (const auto& [path, parent] : parents) {
+        EXPECT_EQ(parentFolder(path), parent) << path;
+    }
+}
+
 TEST(MakeFolder, AFolderThatIsThereStaysAsItIs) {
     const TemporaryFolder folder;
     std::filesystem::create_directory(folder.path() / "a");

@@ -257,5 +257,24 @@ TEST(PropertyList, TheDeepestListThatIsWrittenIsReadAgain) {
     EXPECT_TRUE(written(list) == list);
 }
 
+TEST(PropertyList, GoesThroughTextAsThroughAFile) {
+    const PropertyListDictionary list = {{"name", {"\xC3\xA9 & <x>"}}, {"size", {std::int64_t{7}}}};
+    const Result<std::string> xml = propertyListXml(list);
+    ASSERT_TRUE(xml);
+    EXPECT_EQ(propertyListFromBytes(xml.value()).value(), list);
+}
+
+TEST(PropertyList, OfOtherBytesThereIsNone) {
+    for (const std::string_view bytes :
+         {"", "Could not find disk", "<plist><dict><key>a</key>", "<plist><true/></plist>"}) {
+        const auto list = propertyListFromBytes(bytes);
+        ASSERT_FALSE(list) << bytes;
+        EXPECT_EQ(list.error().domain, "PropertyList");
+        EXPECT_EQ(list.error().description, "This is no property list with a dictionary.");
+    }
+    const auto large = propertyListFromBytes(std::string(kLargestPropertyList + 1, ' '));
+    EXPECT_EQ(large.error().description, "The property list is too large.");
+}
+
 } // namespace
 } // namespace fw

@@ -1,4 +1,6 @@
 #include "platform/tools/toolPath.h"
+
+#include "platform/process/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -26,6 +28,61 @@ TEST_F(ToolPath, OfAToolThatTheMachineHasElsewhereIsTheMachines) {
     ASSERT_EQ(::access("/usr/bin/chown", X_OK), 0);
     const bool isThere = ::access("/usr/sbin/chown", F_OK) == 0;
     EXPECT_EQ(toolPath("/usr/sbin/chown"), isThere ? "/usr/sbin/chown" : "/usr/bin/chown");
+}
+
+constexpr const char* kOwnTools[] = {"/usr/sbin/diskutil", "/usr/bin/ditto", "/usr/bin/xattr"};
+
+std::string nameOf(const std::string& tool) {
+    return std::filesystem::path(tool).filename().string();
+}
+
+/// Only for tools that the machine does not have.
+std::string expectedWhereMissing(const std::string& tool, const std::string& expected) {
+    return ::access(tool.c_str(), F_OK) == 0 ? tool : expected;
+}
+
+TEST_F(ToolPath, OfAToolThatTheMachineHasNotIsOurs) {
+    const std::filesystem::path own = std::filesystem::read_symlink("/proc/self/exe");
+    for (const std::string tool : kOwnTools) {
+        const auto ours = own.parent_path() / FW_TOOLS_FROM_PROGRAMS / nameOf(tool);
+        EXPECT_EQ(toolPath(tool), expectedWhereMissing(tool, ours.string()));
+        EXPECT_TRUE(isExecutableFile(toolPath(tool))) << tool;
+    }
+}
+
+/// What a program says that lies in the folder "bin" of another.
+std::string answerFrom(const std::filesystem::path& folder, const std::string& tool) {
+    std::filesystem::create_directories(folder / "bin");
+    std::filesystem::copy_file(FW_TOOL_PATH_PROBE, folder / "bin/probe",
+                               std::filesystem::copy_options::overwrite_existing);
+    ChildProcessOptions options;
+    options.path = (folder / "bin/probe").string();
+    options.arguments = {tool};
+    options.standardOutput = ChildStream::kPipe;
+    auto child = ChildProcess::start(options);
+    return child ? child.value()->availableOutput() : std::string();
+}
+
+TEST_F(ToolPath, IsFoundFromWhereTheProgramLies) {
+    const test::TemporaryFolder folder;
+    const auto tools = folder.path() / "bin" / FW_TOOLS_FROM_PROGRAMS;
+    std::filesystem::create_directories(folder.path() / "bin");
+    std::filesystem::create_directories(tools);
+    for (const std::string tool : kOwnTools) {
+        const std::string ours = (tools / nameOf(tool)).string();
+        std::ofstream(ours) << "#!/bin/sh\n";
+        EXPECT_EQ(answerFrom(folder.path(), tool), expectedWhereMissing(tool, ours));
+    }
+}
+
+TEST_F(ToolPath, OfAToolThatIsNowhereStaysAsItIs) {
+    const test::TemporaryFolder folder;
+    for (const std::string tool : kOwnTools) {
+        const std::string installed = std::string(FW_INSTALLED_TOOLS "/").append(nameOf(tool));
+        const bool isInstalled = ::access(installed.c_str(), F_OK) == 0;
+        EXPECT_EQ(answerFrom(folder.path(), tool),
+                  expectedWhereMissing(tool, isInstalled ? installed : tool));
+    }
 }
 
 TEST_F(ToolPath, OfEveryOtherToolStaysAsItIs) {

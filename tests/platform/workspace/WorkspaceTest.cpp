@@ -337,5 +337,23 @@ TEST_F(WorkspaceServicesTest, OthersMayTakeTheRequests) {
     EXPECT_EQ(asked.size(), 2U);
 }
 
+TEST_F(WorkspaceServicesTest, EventsAreTakenAlthoughNobodyGetsThem) {
+    EXPECT_EQ(sendDesktopEvent({}), 0);
+    EXPECT_EQ(sendDesktopEvent({1, 2, 3, "/missing \xFF"}), 0);
+}
+
+TEST_F(WorkspaceServicesTest, OthersMayTakeTheEvents) {
+    const DesktopEvent event{1, 2, 3, "/file"};
+    std::vector<DesktopEvent> events;
+    WorkspaceServices services;
+    services.sendDesktopEvent = [&](const DesktopEvent& sent) {
+        events.push_back(sent);
+        return -600;
+    };
+    setWorkspaceServices(services);
+    EXPECT_EQ(sendDesktopEvent(event), -600);
+    EXPECT_THAT(events, testing::ElementsAre(event));
+}
+
 } // namespace
 } // namespace fw

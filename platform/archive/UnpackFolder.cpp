@@ -1,0 +1,94 @@
+#include "platform/archive/UnpackFolder.h"
+
+#include "platform/archive/archiveError.h"
+#include "platform/archive/modeOfNew.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace fw {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// With the slashes at its end taken off, so that it has a last component.
+fs::path absolutePath(const std::string& path) {
+    std::error_code failure;
+    fs::path whole = fs::absolute(path, failure).lexically_normal();
+    return whole.has_filename() ? whole : whole.parent_path();
+}
+
+/// Folders that cannot be listed or written cannot be emptied either.
+void removeWithContents(const std::string& folder) {
+    std::error_code ignored;
+    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
+    for (fs::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
+         entry.increment(ignored)) {
+        std::error_code unknown;
+        if (entry->is_directory(unknown) && !entry->is_symlink(unknown)) {
+            removeWithContents(entry->path().string());
+        }
+    }
+    fs::remove_all(folder, ignored);
+}
+
+} // namespace
+
+UnpackFolder::UnpackFolder(const std::string& wanted) {
+    std::error_code failure;
+    const fs::path whole = absolutePath(wanted);
+    wanted_ = whole.string();
+    if (fs::is_directory(whole, failure)) {
+        path_ = fs::canonical(whole, failure).string();
+    } else if (fs::exists(fs::symlink_status(whole, failure))) {
+        failure_ = fileError(ENOTDIR, wanted);
+        return;
+    } else {
+        makeBeside(wanted);
+    }
+    if (!failure_ && path_.empty()) {
+        failure_ = fileError(failure.value(), wanted);
+    }
+}
+
+void UnpackFolder::makeBeside(const std::string& wanted) {
+    std::error_code failure;
+    const fs::path parent = fs::path(wanted_).parent_path();
+    fs::create_directories(parent, failure);
+    const fs::path wholeParent = fs::canonical(parent, failure);
+    if (failure) {
+        failure_ = fileError(failure.value(), wanted);
+        return;
+    }
+    path_ = (wholeParent / ".fernwick-XXXXXX").string();
+    isOurs_ = ::mkdtemp(path_.data()) != nullptr;
+    if (!isOurs_) {
+        failure_ = fileError(errno, wanted);
+    }
+}
+
+UnpackFolder::~UnpackFolder() {
+    if (isOurs_) {
+        removeWithContents(path_);
+    }
+}
+
+std::optional<Error> UnpackFolder::putInPlace() {
+    constexpr mode_t kMode = 0777;
+    if (!isOurs_) {
+        return std::nullopt;
+    }
+    if (::chmod(path_.c_str(), modeOfNew(kMode)) != 0 ||
+        std::rename(path_.c_str(), wanted_.c_str()) != 0) {
+        return fileError(errno, wanted_);
+    }
+    isOurs_ = false;
+    return std::nullopt;
+}
+
+} // namespace fw

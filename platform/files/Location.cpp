@@ -1,0 +1,44 @@
+#include "platform/files/Location.h"
+
+#include "base/text.h"
+#include "platform/PosixError.h"
+#include "platform/files/Folders.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+#include <utility>
+
+namespace fw {
+namespace {
+
+/// 0, or why nothing can be done to an entry of this name.
+int unsuitableName(std::string_view name) {
+    if (name.empty()) {
+        return ENOENT;
+    }
+    if (name == "/") {
+        return EBUSY;
+    }
+    return name == "." || name == ".." ? EINVAL : 0;
+}
+
+} // namespace
+
+Result<Location> Location::of(const std::string& path) {
+    // A path with a zero byte would be cut there and name another file.
+    if (path.find('\0') != std::string::npos) {
+        return posixError(EINVAL);
+    }
+    const std::string_view name = lastPathComponent(path);
+    if (const int failure = unsuitableName(name); failure != 0) {
+        return posixError(failure);
+    }
+    FileDescriptor folder(::open(parentFolder(path).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        return posixError(errno);
+    }
+    return Location{std::move(folder), std::string(name)};
+}
+
+} // namespace fw

@@ -1,0 +1,14 @@
+#include "platform/files/mountRoot.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace fw {
+
+bool isMountRoot(int folder, const std::string& name) {
+    struct statx status {};
+    return ::statx(folder, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, 0, &status) == 0 &&
+           (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+}
+
+} // namespace fw

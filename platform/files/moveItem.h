@@ -1,0 +1,23 @@
+#pragma once
+
+#include "base/Error.h"
+
+#include <optional>
+#include <string>
+
+namespace fw {
+
+struct MoveFailure {
+    Error error; ///< Domain "POSIX".
+    /// All of it stands at the destination; what is left at the source could not be removed.
+    bool isDestinationWhole = false;
+};
+
+/// Moves what stands at `source`, a link itself, to a path where nothing stands yet. Nothing, or
+/// why it failed. Across file systems it is copied (copyItem) to its end and to the disk, and only
+/// then removed: whatever fails, the source is as it was or the destination is whole. Safe from any
+/// thread.
+[[nodiscard]] std::optional<MoveFailure> moveItem(const std::string& source,
+                                                  const std::string& destination);
+
+} // namespace fw

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "base/Error.h"
+
+#include <optional>
+#include <string>
+
+namespace fw {
+
+/// Removes what stands at the path, a link itself, a folder with all that is in it. Nothing when it
+/// is gone or never was there, or why it failed (domain "POSIX"): what was removed up to then stays
+/// removed. Other file systems that are mounted at the path or below are left alone (EBUSY). Safe
+/// from any thread.
+[[nodiscard]] std::optional<Error> removeItem(const std::string& path);
+
+} // namespace fw

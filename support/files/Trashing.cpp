@@ -1,0 +1,62 @@
+#include "base/text.h"
+#include "platform/files/FileFacts.h"
+#include "platform/files/Folders.h"
+#include "platform/files/moveItem.h"
+#include "support/FWFileManager.h"
+#include "support/FWLocalPaths.h"
+#include "support/files/FileRights.h"
+#include "support/files/waitUntil.h"
+
+#include <cerrno>
+
+namespace fw {
+namespace {
+
+constexpr mode_t kOwnerOnly = 0700;
+
+std::optional<Error> moveToTrash(const std::string& path) {
+    const std::string trash = FWLocalPaths::trashDirectory();
+    if (const auto failure = makeFolder(trash, kOwnerOnly)) {
+        return failure; // Also for an unknown, and so empty, path.
+    }
+    const std::string wanted = appendedPathComponent(trash, lastPathComponent(path));
+    // Others may take a free name first, so often at most.
+    constexpr int kMostTries = 100;
+    std::optional<MoveFailure> failure;
+    for (int i = 0; i < kMostTries; ++i) {
+        failure = moveItem(path, FWFileManager::uniqueFilename(wanted));
+        if (!failure) {
+            return std::nullopt;
+        }
+        if (failure->error.code != EEXIST) {
+            break;
+        }
+    }
+    return failure->error;
+}
+
+} // namespace
+
+bool FWFileManager::trashFile(const std::string& path) {
+    return trashFile(path, ShouldAuth::kYes);
+}
+
+bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
+    unlockFile(path);
+    if (!isEntry(path)) {
+        return true;
+    }
+    const std::optional<Error> failure = moveToTrash(path);
+    if (!failure) {
+        return true;
+    }
+    // Rights would not spare what is mounted there.
+    const bool isMounted = failure->code == EBUSY;
+    return shouldAuth == ShouldAuth::kYes && !isMounted && withRights(&FileRights::trashFile, path);
+}
+
+bool FWFileManager::trashFile(const std::string& path, Timeout timeout) {
+    return trashFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return !isEntry(path); });
+}
+
+} // namespace fw

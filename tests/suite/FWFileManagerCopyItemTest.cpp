@@ -1,0 +1,316 @@
+#include "platform/files/ExtendedAttributes.h"
+#include "platform/files/FileAttributes.h"
+#include "tests/suite/FileOperationTest.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+namespace fw {
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+
+class FWFileManagerCopyItemTest : public FileOperationTest {
+protected:
+    static FileAttributes::Date date(std::int64_t seconds) {
+        return FileAttributes::Date(std::chrono::seconds(seconds) + std::chrono::nanoseconds(7));
+    }
+    static void setDates(const std::string& path, std::int64_t seconds) {
+        FileAttributes attributes;
+        attributes.modificationDate = date(seconds);
+        attributes.creationDate = date(seconds - 1);
+        ASSERT_EQ(setFileAttributes(path, attributes), std::nullopt);
+    }
+    static bool copied(const std::string& source, const std::string& destination) {
+        return FWFileManager::copyFile(source, destination, ShouldAuth::kNo);
+    }
+    static std::string message(const std::string& reason) {
+        return "Error copying file: " + reason + ". Authorizing...";
+    }
+};
+
+TEST_F(FWFileManagerCopyItemTest, CopiesAFileInEachForm) {
+    const std::string bytes = someBytes(1'000'000);
+    made("a", bytes);
+    EXPECT_TRUE(FWFileManager::copyFile(path("a"), path("b")));
+    EXPECT_TRUE(FWFileManager::copyFile(path("a"), path("c"), ShouldAuth::kNo));
+    EXPECT_TRUE(FWFileManager::copyFile(path("a"), path("d"), Timeout{10}));
+    for (const char* name : {"a", "b", "c", "d"}) {
+        EXPECT_EQ(contents(name), bytes);
+    }
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyItemTest, KeepsModesDatesAndAttributes) {
+    folder("a/inner");
+    made("a/inner/file", "text");
+    made("a/tool", "");
+    ::chmod(path("a/tool").c_str(), 04751);
+    ::chmod(path("a/inner").c_str(), 0500);
+    ::chmod(path("a").c_str(), 01710);
+    ASSERT_EQ(setExtendedAttribute(path("a/tool"), "label", "red"), std::nullopt);
+    setDates(path("a/inner/file"), 1'000);
+    setDates(path("a/tool"), 2'000);
+    ::chmod(path("a/inner").c_str(), 0700);
+    setDates(path("a/inner"), 3'000);
+    ::chmod(path("a/inner").c_str(), 0500);
+    setDates(path("a"), 4'000);
+    EXPECT_TRUE(copied(path("a"), path("b")));
+    EXPECT_EQ(modeOf(path("b")), 01710U);
+    EXPECT_EQ(modeOf(path("b/inner")), 0500U);
+    EXPECT_EQ(modeOf(path("b/tool")), 04751U);
+    EXPECT_EQ(extendedAttribute(path("b/tool"), "label").value(), "red");
+    const std::vector<std::pair<std::string, int>> dates = {
+        {"b/inner/file", 1'000}, {"b/tool", 2'000}, {"b/inner", 3'000}, {"b", 4'000}};
+    for (const auto& [name, seconds] : dates) {
+        const FileAttributes attributes = fileAttributes(path(name));
+        EXPECT_EQ(attributes.modificationDate, date(seconds)) << name;
+        EXPECT_EQ(attributes.creationDate, date(seconds - 1)) << name;
+    }
+    ::chmod(path("a/inner").c_str(), 0700);
+    ::chmod(path("b/inner").c_str(), 0700);
+}
+
+TEST_F(FWFileManagerCopyItemTest, ACopyIsAsOldAsItsOriginal) {
+    made("a", "text");
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_TRUE(copied(path("a"), path("b")));
+    EXPECT_EQ(fileAttributes(path("b")), fileAttributes(path("a")));
+}
+
+TEST_F(FWFileManagerCopyItemTest, LinksAreCopiedAsLinks) {
+    folder("a");
+    made("a/file", "text");
+    link("file", "a/link");
+    link("nowhere", "a/dangling");
+    link("loop", "a/loop");
+    link("..", "a/up");
+    EXPECT_TRUE(copied(path("a"), path("b")));
+    EXPECT_EQ(fs::read_symlink(path("b/link")), "file");
+    EXPECT_EQ(fs::read_symlink(path("b/dangling")), "nowhere");
+    EXPECT_EQ(fs::read_symlink(path("b/loop")), "loop");
+    EXPECT_EQ(fs::read_symlink(path("b/up")), "..");
+    EXPECT_TRUE(FWFileManager::copyFile(path("a/dangling"), path("c"), Timeout{60}));
+    EXPECT_EQ(fs::read_symlink(path("c")), "nowhere");
+}
+
+TEST_F(FWFileManagerCopyItemTest, APipeBecomesAnotherPipeAndNothingIsReadFromIt) {
+    ::chmod(fifo("fifo").c_str(), 0640);
+    EXPECT_TRUE(copied(path("fifo"), path("copy")));
+    EXPECT_TRUE(fs::is_fifo(path("copy")));
+    EXPECT_EQ(modeOf(path("copy")), 0640U);
+}
+
+TEST_F(FWFileManagerCopyItemTest, ADeviceIsNotReadAsAFile) {
+    EXPECT_FALSE(copied("/dev/zero", path("copy"))) << "this user may not make devices";
+    EXPECT_THAT(logged(), ElementsAre(message("Operation not permitted")));
+    EXPECT_FALSE(exists("copy"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, EmptyPathsAreNil) {
+    EXPECT_FALSE(FWFileManager::copyFile("", path("b")));
+    EXPECT_FALSE(FWFileManager::copyFile(made("a", ""), "", Timeout{60}));
+    EXPECT_THAT(logged(),
+                ElementsAre("Error copying file: source path is nil",
+                            "Error copying file " + path("a") + ": destination path is nil"));
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyItemTest, WhatStandsAtTheDestinationIsInTheWay) {
+    made("a", "text");
+    made("file", "kept");
+    folder("folder");
+    link("nowhere", "dangling");
+    for (const char* name : {"file", "folder", "dangling"}) {
+        EXPECT_FALSE(copied(path("a"), path(name)));
+        EXPECT_EQ(logged().back(), message("File exists"));
+    }
+    EXPECT_FALSE(copied(path("folder"), path("file")));
+    EXPECT_EQ(contents("file"), "kept");
+    EXPECT_TRUE(fs::is_empty(path("folder")));
+    EXPECT_FALSE(exists("nowhere"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, AFailureIsLoggedAndTheRightsAreTried) {
+    made("a", "text");
+    const ReadOnly readOnly(folder("folder"));
+    const std::string destination = path("folder/b");
+    EXPECT_FALSE(FWFileManager::copyFile(path("a"), destination));
+    EXPECT_FALSE(FWFileManager::copyFile(path("a"), destination, ShouldAuth::kNo));
+    answer = true;
+    EXPECT_TRUE(FWFileManager::copyFile(path("a"), destination));
+    EXPECT_FALSE(FWFileManager::copyFile(path("a"), destination, Timeout{0.01})) << "still missing";
+    const std::string call = "copy " + path("a") + " " + destination;
+    EXPECT_THAT(asked, ElementsAre(call, call, call));
+    const std::string text = message("Permission denied");
+    EXPECT_THAT(logged(), ElementsAre(text, text, text, text));
+}
+
+TEST_F(FWFileManagerCopyItemTest, AMissingSourceIsAFailure) {
+    EXPECT_FALSE(copied(path("missing"), path("b")));
+    EXPECT_FALSE(copied(path("no/folder"), path("b")));
+    EXPECT_FALSE(copied(path("x") + std::string("\0y", 2), path("b")));
+    EXPECT_FALSE(copied(made("a", ""), path("b") + std::string("\0y", 2)));
+    EXPECT_FALSE(copied(path("a"), path("no/folder")));
+    const std::string missing = message("No such file or directory");
+    const std::string invalid = message("Invalid argument");
+    EXPECT_THAT(logged(), ElementsAre(missing, missing, invalid, invalid, missing));
+    EXPECT_FALSE(exists("b"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, ItsOwnDestinationIsLeftAsItIsAndNoRightsAreTried) {
+    made("a", "text");
+    fs::create_hard_link(path("a"), path("hard"));
+    link("a", "soft");
+    answer = true;
+    for (const std::string& name : {path("a"), path("hard"), path("soft"), path("./a")}) {
+        EXPECT_FALSE(FWFileManager::copyFile(path("a"), name)) << name;
+        EXPECT_FALSE(FWFileManager::copyFile(name, path("a"))) << name;
+    }
+    EXPECT_EQ(contents("a"), "text");
+    EXPECT_TRUE(fs::is_symlink(path("soft")));
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyItemTest, AFolderIsNotCopiedIntoItself) {
+    folder("a/inner");
+    made("a/file", "text");
+    link("a", "link");
+    for (const char* name : {"a/b", "a/inner/b", "link/b"}) {
+        EXPECT_FALSE(copied(path("a"), path(name))) << name;
+        EXPECT_EQ(logged().back(), message("Invalid argument"));
+        EXPECT_FALSE(exists(name));
+    }
+    EXPECT_THAT(namesIn(path("a")), ElementsAre("file", "inner"));
+    EXPECT_TRUE(copied(path("a/inner"), path("a/other"))) << "beside is not inside";
+}
+
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNothingBehind) {
+    folder("a/inner");
+    made("a/inner/one", someBytes(600'000));
+    made("a/inner/two", someBytes(600'000));
+    failRead(5);
+    EXPECT_FALSE(copied(path("a"), path("b")));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_FALSE(copied(made("c", "text"), path("a/inner/one"))) << "this one was there before";
+    EXPECT_EQ(contents("a/inner/one"), someBytes(600'000));
+    EXPECT_EQ(logged().front(), message("Input/output error"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, AFullDiskIsAFailureThatLeavesNothingBehind) {
+    made("a", someBytes(600'000));
+    setFileCalls({.read = {},
+                  .write = [](int descriptor, const void* bytes, std::size_t count) -> ssize_t {
+                      if (::lseek(descriptor, 0, SEEK_CUR) > 0) {
+                          errno = ENOSPC;
+                          return -1;
+                      }
+                      return ::write(descriptor, bytes, count / 2);
+                  },
+                  .seek = {},
+                  .rename = {}});
+    EXPECT_FALSE(copied(path("a"), path("b")));
+    EXPECT_THAT(logged(), ElementsAre(message("No space left on device")));
+    EXPECT_FALSE(exists("b"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, WritesInPiecesAndInterruptedOnesMakeAWholeCopy) {
+    int calls = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      if (++calls % 2 == 1) {
+                          errno = EINTR;
+                          return -1;
+                      }
+                      return ::read(descriptor, bytes, count);
+                  },
+                  .write = [&](int descriptor, const void* bytes, std::size_t count) -> ssize_t {
+                      if (++calls % 2 == 1) {
+                          errno = EINTR;
+                          return -1;
+                      }
+                      return ::write(descriptor, bytes, count / 2 + 1);
+                  },
+                  .seek = {},
+                  .rename = {}});
+    made("a", someBytes(700'001));
+    EXPECT_TRUE(copied(path("a"), path("b")));
+    EXPECT_EQ(contents("b"), contents("a"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, NamesMayBeLongAndNeedNotBeText) {
+    folder("a");
+    const std::vector<std::string> names = {std::string(255, 'n'), "\xFF\xFE", "100%@ %d\n"};
+    for (const std::string& name : names) {
+        made("a/" + name, "text");
+        EXPECT_TRUE(copied(path("a/" + name), path(name)));
+    }
+    EXPECT_TRUE(copied(path("a"), path("b")));
+    EXPECT_EQ(namesIn(path("b")), namesIn(path("a")));
+    EXPECT_FALSE(copied(path("a"), path(std::string(256, 'n'))));
+    EXPECT_THAT(logged(), ElementsAre(message("File name too long")));
+}
+
+TEST_F(FWFileManagerCopyItemTest, ATreeMayBeDeep) {
+    const std::size_t before = openDescriptors();
+    const std::string deep = deepFolder("a", 1000);
+    made(deep.substr(path("").size()) + "/file", "text");
+    {
+        const FewDescriptors few(before + 90);
+        EXPECT_TRUE(copied(path("a"), path("b")));
+    }
+    EXPECT_EQ(readText(path("b") + deep.substr(path("a").size()) + "/file"), "text");
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(FWFileManagerCopyItemTest, FoldersThatMayNotBeReadAreAFailure) {
+    folder("a/secret");
+    ::chmod(path("a/secret").c_str(), 0);
+    EXPECT_FALSE(copied(path("a"), path("b")));
+    ::chmod(path("a/secret").c_str(), 0700);
+    EXPECT_THAT(logged(), ElementsAre(message("Permission denied")));
+    EXPECT_FALSE(exists("b"));
+}
+
+// The contents of a folder
+
+TEST_F(FWFileManagerCopyItemTest, CopiesEachEntryOfAFolderAndLogsIt) {
+    folder("a/inner");
+    made("a/file", "text");
+    made("a/inner/other", "more");
+    folder("b");
+    FWFileManager::copyContentsOfDirectory(path("a"), path("b"), Timeout{5});
+    EXPECT_EQ(contents("b/file"), "text");
+    EXPECT_EQ(contents("b/inner/other"), "more");
+    EXPECT_THAT(logged(), UnorderedElementsAre("File: file", "File: inner"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, OneEntryThatFailsDoesNotKeepTheOthersBack) {
+    folder("a");
+    for (const char* name : {"a/1", "a/2", "a/3"}) {
+        made(name, "text");
+    }
+    folder("b");
+    made("b/2", "kept");
+    FWFileManager::copyContentsOfDirectory(path("a"), path("b"), Timeout{0});
+    EXPECT_THAT(namesIn(path("b")), ElementsAre("1", "2", "3"));
+    EXPECT_EQ(contents("b/2"), "kept");
+    EXPECT_THAT(asked, ElementsAre("copy " + path("a/2") + " " + path("b/2")));
+}
+
+TEST_F(FWFileManagerCopyItemTest, AFolderThatCannotBeListedHasNoContents) {
+    made("file", "");
+    FWFileManager::copyContentsOfDirectory(path("missing"), path("b"), Timeout{60});
+    FWFileManager::copyContentsOfDirectory(path("file"), path("b"), Timeout{60});
+    FWFileManager::copyContentsOfDirectory(path("x") + std::string("\0y", 2), path("b"),
+                                           Timeout{60});
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+} // namespace
+} // namespace fw

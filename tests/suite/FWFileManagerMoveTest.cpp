@@ -1,0 +1,292 @@
+#include "platform/files/FileAttributes.h"
+#include "tests/suite/FileOperationTest.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+namespace fw {
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+class FWFileManagerMoveTest : public FileOperationTest {
+protected:
+    static bool moved(const std::string& source, const std::string& destination) {
+        return FWFileManager::moveFile(source, destination, ShouldAuth::kNo);
+    }
+    std::vector<std::string> messages(const std::string& from, const std::string& to,
+                                      const std::string& reason) const {
+        return {"Error moving file from " + path(from) + " to " + path(to) + ": " + reason + ".",
+                "Authorizing..."};
+    }
+};
+
+class FWFileManagerUniqueNameTest : public FileOperationTest {};
+
+TEST_F(FWFileManagerMoveTest, MovesFilesFoldersAndLinksInEachForm) {
+    made("a", "text");
+    folder("folder/inner");
+    link("nowhere", "dangling");
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_TRUE(FWFileManager::moveFile(path("folder"), path("other"), ShouldAuth::kNo));
+    EXPECT_TRUE(FWFileManager::moveFile(path("dangling"), path("link"), Timeout{60}));
+    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE(exists("folder"));
+    EXPECT_FALSE(exists("dangling"));
+    EXPECT_EQ(contents("b"), "text");
+    EXPECT_TRUE(exists("other/inner"));
+    EXPECT_EQ(fs::read_symlink(path("link")), "nowhere");
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, WhatStandsAtTheDestinationIsInTheWay) {
+    made("a", "text");
+    made("b", "kept");
+    EXPECT_FALSE(moved(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "File exists"));
+    EXPECT_FALSE(moved(path("a"), folder("folder")));
+    EXPECT_FALSE(moved(path("a"), link("nowhere", "dangling")));
+    EXPECT_EQ(contents("a"), "text");
+    EXPECT_EQ(contents("b"), "kept");
+    EXPECT_TRUE(fs::is_empty(path("folder")));
+}
+
+TEST_F(FWFileManagerMoveTest, NothingIsReplacedWhereTheFileSystemCannotRefuseByItself) {
+    setFileCalls({.read = {}, .write = {}, .seek = {}, .rename = [](auto... arguments) {
+                      if (std::get<4>(std::tuple(arguments...)) != 0) {
+                          errno = EINVAL;
+                          return -1;
+                      }
+                      return ::renameat2(arguments...);
+                  }});
+    made("a", "text");
+    made("b", "kept");
+    EXPECT_FALSE(moved(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "File exists"));
+    EXPECT_EQ(contents("b"), "kept");
+    EXPECT_TRUE(moved(path("a"), path("c")));
+    EXPECT_EQ(contents("c"), "text");
+}
+
+TEST_F(FWFileManagerMoveTest, AFailureIsLoggedInTwoLinesAndTheRightsAreTried) {
+    folder("folder");
+    made("folder/a", "text");
+    const ReadOnly readOnly(path("folder"));
+    EXPECT_FALSE(FWFileManager::moveFile(path("folder/a"), path("b")));
+    EXPECT_EQ(logged(), messages("folder/a", "b", "Permission denied"));
+    EXPECT_FALSE(FWFileManager::moveFile(path("folder/a"), path("b"), ShouldAuth::kNo));
+    EXPECT_EQ(logged().size(), 4U) << "whether rights may be tried or not";
+    answer = true;
+    EXPECT_TRUE(FWFileManager::moveFile(path("folder/a"), path("b")));
+    EXPECT_FALSE(FWFileManager::moveFile(path("folder/a"), path("b"), Timeout{0.01}))
+        << "still there";
+    const std::string call = "move " + path("folder/a") + " " + path("b");
+    EXPECT_THAT(asked, ElementsAre(call, call, call));
+}
+
+TEST_F(FWFileManagerMoveTest, AMissingSourceIsAFailure) {
+    for (const std::string& source : {path("missing"), std::string(), path("x/y")}) {
+        EXPECT_FALSE(moved(source, path("b")));
+        EXPECT_EQ(logged()[logged().size() - 2], "Error moving file from " + source + " to " +
+                                                     path("b") + ": No such file or directory.");
+    }
+    EXPECT_FALSE(moved(made("a", "text"), ""));
+    EXPECT_FALSE(moved(path("a"), path("b") + std::string("\0y", 2)));
+    EXPECT_EQ(contents("a"), "text");
+}
+
+TEST_F(FWFileManagerMoveTest, ItsOwnDestinationIsLeftAsItIsAndNoRightsAreTried) {
+    made("a", "text");
+    fs::create_hard_link(path("a"), path("hard"));
+    link("a", "soft");
+    answer = true;
+    for (const std::string& name : {path("a"), path("hard"), path("soft"), path("./a")}) {
+        EXPECT_FALSE(FWFileManager::moveFile(path("a"), name)) << name;
+        EXPECT_FALSE(FWFileManager::moveFile(name, path("a"))) << name;
+        EXPECT_FALSE(FWFileManager::moveFile(name, path("a"), Timeout{60})) << name;
+    }
+    EXPECT_EQ(contents("a"), "text");
+    EXPECT_EQ(contents("hard"), "text");
+    EXPECT_EQ(fs::read_symlink(path("soft")), "a");
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderDoesNotGoIntoItself) {
+    folder("a/inner");
+    for (const bool isFar : {false, true}) {
+        if (isFar) {
+            setFoldersApart();
+        }
+        EXPECT_FALSE(moved(path("a"), path("a/inner/b")));
+        EXPECT_EQ(logged()[logged().size() - 2], messages("a", "a/inner/b", "Invalid argument")[0]);
+        EXPECT_THAT(namesIn(path("a")), ElementsAre("inner"));
+        EXPECT_TRUE(fs::is_empty(path("a/inner")));
+    }
+}
+
+TEST_F(FWFileManagerMoveTest, NamesMayBeLongAndNeedNotBeText) {
+    made("a", "text");
+    std::string last = "a";
+    for (const std::string& name : {std::string(255, 'n'), std::string("\xFF\xFE")}) {
+        EXPECT_TRUE(moved(path(last), path(name)));
+        last = name;
+    }
+    EXPECT_EQ(contents(last), "text");
+    EXPECT_FALSE(moved(path(last), path(std::string(256, 'n'))));
+    EXPECT_EQ(contents(last), "text");
+}
+
+// Letter case
+
+TEST_F(FWFileManagerMoveTest, LetterCaseIsChangedInOneStepWhereItCounts) {
+    made("CLIP.mov", "text");
+    EXPECT_TRUE(moved(path("CLIP.mov"), path("clip.MOV")));
+    EXPECT_THAT(namesIn(path("")), ElementsAre("clip.MOV"));
+    EXPECT_EQ(contents("clip.MOV"), "text");
+}
+
+TEST_F(FWFileManagerMoveTest, LetterCaseIsChangedThroughAUniqueName) {
+    made("CLIP.mov", "text");
+    made("clip.mov", "stands for the same file");
+    std::vector<std::string> steps;
+    setFileCalls(
+        {.read = {},
+         .write = {},
+         .seek = {},
+         .rename = [&](int from, const char* name, int to, const char* newName, unsigned flags) {
+             steps.push_back(std::string(name) + " to " + newName);
+             fs::remove(path("clip.mov")); // As where letter case does not count.
+             return ::renameat2(from, name, to, newName, flags);
+         }});
+    EXPECT_TRUE(moved(path("CLIP.mov"), path("clip.mov")));
+    EXPECT_THAT(steps, ElementsAre("CLIP.mov to clip 2.mov", "clip 2.mov to clip.mov"));
+    EXPECT_EQ(contents("clip.mov"), "text");
+}
+
+TEST_F(FWFileManagerMoveTest, AnotherFileThatDiffersInLetterCaseIsInTheWay) {
+    made("CLIP.mov", "text");
+    made("clip.mov", "kept");
+    EXPECT_FALSE(moved(path("CLIP.mov"), path("clip.mov")));
+    EXPECT_EQ(logged(), messages("CLIP.mov", "clip.mov", "File exists"));
+    EXPECT_EQ(contents("CLIP.mov"), "text") << "back again";
+    EXPECT_EQ(contents("clip.mov"), "kept");
+    EXPECT_EQ(namesIn(path("")).size(), 2U);
+}
+
+// To another file system
+
+TEST_F(FWFileManagerMoveTest, AcrossFileSystemsItIsCopiedAndThenRemoved) {
+    setFoldersApart();
+    folder("a/inner");
+    made("a/inner/file", "text");
+    link("inner/file", "a/link");
+    ::chmod(path("a/inner/file").c_str(), 0640);
+    const FileAttributes before = fileAttributes(path("a/inner/file"));
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("b"), Timeout{60}));
+    EXPECT_FALSE(exists("a"));
+    EXPECT_EQ(contents("b/inner/file"), "text");
+    EXPECT_EQ(modeOf(path("b/inner/file")), 0640U);
+    EXPECT_EQ(fileAttributes(path("b/inner/file")), before);
+    EXPECT_TRUE(fs::is_symlink(path("b/link")));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, AcrossFileSystemsTooADestinationIsInTheWay) {
+    setFoldersApart();
+    made("a", "text");
+    made("b", "kept");
+    EXPECT_FALSE(moved(path("a"), path("b")));
+    EXPECT_EQ(contents("a"), "text");
+    EXPECT_EQ(contents("b"), "kept");
+}
+
+TEST_F(FWFileManagerMoveTest, WhatCannotBeRemovedAfterwardsIsNotCopied) {
+    setFoldersApart();
+    folder("folder");
+    made("folder/a", "text");
+    const ReadOnly readOnly(path("folder"));
+    EXPECT_FALSE(FWFileManager::moveFile(path("folder/a"), path("b")));
+    EXPECT_EQ(logged(), messages("folder/a", "b", "Permission denied"));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("folder/a") + " " + path("b")));
+}
+
+TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItCopiesLeavesTheSource) {
+    setFoldersApart();
+    folder("a");
+    made("a/one", someBytes(600'000));
+    made("a/two", someBytes(600'000));
+    failRead(6);
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "Input/output error"));
+    EXPECT_EQ(contents("a/one"), someBytes(600'000));
+    EXPECT_EQ(contents("a/two"), someBytes(600'000));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
+}
+
+TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItRemovesLeavesTheWholeDestination) {
+    setFoldersApart();
+    folder("a/inner");
+    made("a/inner/one", "1");
+    made("a/two", "2");
+    ::chmod(path("a/inner").c_str(), 0555);
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "Permission denied"));
+    EXPECT_EQ(contents("b/inner/one"), "1");
+    EXPECT_EQ(contents("b/two"), "2");
+    EXPECT_THAT(asked, ElementsAre("remove " + path("a")))
+        << "to move it once more would put it into the folder that is whole";
+    ::chmod(path("a/inner").c_str(), 0755);
+    ::chmod(path("b/inner").c_str(), 0755);
+}
+
+// Unique names
+
+TEST_F(FWFileManagerUniqueNameTest, AFreePathIsItself) {
+    for (const std::string& name : {path("clip.mov"), std::string(), path("no/folder")}) {
+        EXPECT_EQ(FWFileManager::uniqueFilename(name), name);
+    }
+}
+
+TEST_F(FWFileManagerUniqueNameTest, ATakenPathGetsTheFirstFreeNumber) {
+    made("clip.mov", "");
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("clip.mov")), path("clip 2.mov"));
+    made("clip 2.mov", "");
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("clip.mov")), path("clip 3.mov"));
+    made("clip 4.mov", "");
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("clip.mov")), path("clip 3.mov"));
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("clip 2.mov")), path("clip 2 2.mov"));
+}
+
+TEST_F(FWFileManagerUniqueNameTest, OnlyThePathsOwnExtensionIsKeptAtTheEnd) {
+    folder("take.1");
+    for (const auto& [name, unique] :
+         std::vector<std::pair<std::string, std::string>>{{"plain", "plain 2"},
+                                                          {".hidden", ".hidden 2"},
+                                                          {"a.tar.gz", "a.tar 2.gz"},
+                                                          {"dot.", "dot. 2"},
+                                                          {"take.1/plain", "take.1/plain 2"},
+                                                          {"\xFF.mov", "\xFF 2.mov"}}) {
+        made(name, "");
+        EXPECT_EQ(FWFileManager::uniqueFilename(path(name)), path(unique));
+    }
+    folder("folder.x");
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("folder.x//")), path("folder 2.x"));
+}
+
+TEST_F(FWFileManagerUniqueNameTest, ALinkTakesItsNameWhereverItPointsTo) {
+    link("nowhere", "dangling");
+    link("loop", "loop");
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("dangling")), path("dangling 2"));
+    EXPECT_EQ(FWFileManager::uniqueFilename(path("loop")), path("loop 2"));
+}
+
+} // namespace
+} // namespace fw

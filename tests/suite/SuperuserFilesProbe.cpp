@@ -1,0 +1,243 @@
+// The file operations as the superuser, on a copy of the machine: locks, mounts and full disks.
+#include "platform/files/FileFacts.h"
+#include "tests/suite/FileOperationTest.h"
+
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+namespace fw {
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+namespace fs = std::filesystem;
+
+/// A file system in memory while this lives.
+class MemoryDisk {
+public:
+    MemoryDisk(std::string path, const std::string& size) : path_(std::move(path)) {
+        fs::create_directories(path_);
+        EXPECT_EQ(::mount("tmpfs", path_.c_str(), "tmpfs", 0, ("size=" + size).c_str()), 0);
+    }
+    ~MemoryDisk() { ::umount2(path_.c_str(), MNT_DETACH); }
+    MemoryDisk(const MemoryDisk&) = delete;
+    MemoryDisk& operator=(const MemoryDisk&) = delete;
+
+private:
+    std::string path_;
+};
+
+class SuperuserFilesProbe : public FileOperationTest {
+protected:
+    void SetUp() override {
+        ASSERT_NE(std::getenv("FERNWICK_OWN_ROOT"), nullptr) << "only on a copy of the machine";
+        FileOperationTest::SetUp();
+    }
+    std::string locked(const std::string& name) const {
+        EXPECT_TRUE(FWFileManager::lockFile(path(name))) << name;
+        EXPECT_TRUE(FWFileManager::isFileLocked(path(name))) << name;
+        return path(name);
+    }
+};
+
+// Locks
+
+TEST_F(SuperuserFilesProbe, ALockIsSetAndTakenAway) {
+    made("file", "text");
+    EXPECT_TRUE(FWFileManager::lockFile(path("file")));
+    EXPECT_TRUE(FWFileManager::lockFile(path("file"))) << "once more";
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("file")));
+    EXPECT_NE(::unlink(path("file").c_str()), 0);
+    EXPECT_TRUE(FWFileManager::unlockFile(path("file")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("file")));
+    EXPECT_EQ(::unlink(path("file").c_str()), 0);
+    EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(SuperuserFilesProbe, ALockIsThatOfTheFileAndNotOfALinkToIt) {
+    made("file", "text");
+    link("file", "link");
+    locked("file");
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("link")));
+    EXPECT_TRUE(FWFileManager::removeFile(path("link")));
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("file")));
+    FWFileManager::unlockFile(path("file"));
+}
+
+TEST_F(SuperuserFilesProbe, AFolderIsLockedInItsDepthsAndNotItself) {
+    folder("a/inner");
+    made("a/file", "");
+    made("a/inner/other", "");
+    folder("outside");
+    made("outside/file", "");
+    link("../outside", "a/link");
+    EXPECT_FALSE(FWFileManager::lockFolder(path("a"))) << "a link has no lock";
+    for (const char* name : {"a/file", "a/inner", "a/inner/other"}) {
+        EXPECT_TRUE(FWFileManager::isFileLocked(path(name))) << name;
+    }
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("a")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("outside/file")));
+    EXPECT_TRUE(FWFileManager::unlockFolder(path("a")));
+    for (const char* name : {"a/file", "a/inner", "a/inner/other"}) {
+        EXPECT_FALSE(FWFileManager::isFileLocked(path(name))) << name;
+    }
+}
+
+TEST_F(SuperuserFilesProbe, LockedFilesAreRemovedTrashedAndCopied) {
+    for (const char* name : {"a", "b", "c"}) {
+        made(name, name);
+        locked(name);
+    }
+    EXPECT_TRUE(FWFileManager::copyFile(path("a"), path("copy")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("copy")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("a"))) << "the source is unlocked";
+    EXPECT_TRUE(FWFileManager::removeFile(path("b"), Timeout{5}));
+    EXPECT_TRUE(FWFileManager::trashFile(path("c"), ShouldAuth::kNo));
+    EXPECT_EQ(readText(trashed("c")), "c");
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(SuperuserFilesProbe, AMoveUnlocksWhatStandsAtTheDestinationAndBelow) {
+    made("a", "text");
+    folder("b/a/inner");
+    locked("b/a/inner");
+    locked("b");
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("b")));
+    EXPECT_FALSE(FWFileManager::isFileLocked(path("b/a/inner")));
+    EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
+}
+
+TEST_F(SuperuserFilesProbe, InALockedFolderEveryPlainStepFails) {
+    folder("a");
+    made("a/file", "text");
+    made("b", "");
+    locked("a");
+    EXPECT_FALSE(FWFileManager::removeFile(path("a/file")));
+    EXPECT_FALSE(FWFileManager::trashFile(path("a/file")));
+    EXPECT_FALSE(FWFileManager::createDirectory(path("a/folder")));
+    EXPECT_FALSE(FWFileManager::copyFile(path("b"), path("a/b")));
+    EXPECT_FALSE(FWFileManager::moveFile(path("a/file"), path("c")));
+    EXPECT_THAT(asked,
+                ElementsAre("remove " + path("a/file"), "trash " + path("a/file"),
+                            "create " + path("a/folder"), "copy " + path("b") + " " + path("a/b"),
+                            "move " + path("a/file") + " " + path("c")));
+    EXPECT_EQ(logged().front(), "Error removing file: Operation not permitted. Authorizing...");
+    FWFileManager::unlockFile(path("a"));
+    EXPECT_EQ(contents("a/file"), "text");
+}
+
+TEST_F(SuperuserFilesProbe, AFileIsLockedWhenItStandsStill) {
+    made("file", "text");
+    EXPECT_TRUE(FWFileManager::waitForFileWrites(path("file"), LockFile::kYes));
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("file")));
+    FWFileManager::unlockFile(path("file"));
+}
+
+// Mounts
+
+TEST_F(SuperuserFilesProbe, WhatIsMountedIsLeftAloneAndNoRightsAreTried) {
+    const MemoryDisk disk(path("a/disk"), "1m");
+    made("a/disk/file", "kept");
+    answer = true;
+    EXPECT_FALSE(FWFileManager::removeFile(path("a/disk")));
+    EXPECT_FALSE(FWFileManager::removeFile(path("a")));
+    EXPECT_FALSE(FWFileManager::trashFile(path("a/disk")));
+    EXPECT_FALSE(FWFileManager::moveFile(path("a/disk"), path("b")));
+    EXPECT_EQ(contents("a/disk/file"), "kept");
+    EXPECT_FALSE(exists("b"));
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_EQ(logged().front(), "Error removing file: Device or resource busy. Authorizing...");
+}
+
+TEST_F(SuperuserFilesProbe, AMoveToAnotherFileSystemKeepsOwnersModesAndSpecialFiles) {
+    const MemoryDisk disk(path("disk"), "1m");
+    folder("a");
+    made("a/file", "text");
+    ASSERT_EQ(::chown(path("a/file").c_str(), 1234, 5678), 0);
+    ASSERT_EQ(::chmod(path("a/file").c_str(), 06755), 0);
+    fifo("a/fifo");
+    ASSERT_EQ(::mknod(path("a/null").c_str(), S_IFCHR | 0600, makedev(1, 3)), 0);
+    link("file", "a/link");
+    ASSERT_EQ(::lchown(path("a/link").c_str(), 1234, 5678), 0);
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("disk/a"), Timeout{5}));
+    EXPECT_FALSE(exists("a"));
+    struct stat status {};
+    ASSERT_EQ(::stat(path("disk/a/file").c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 1234U);
+    EXPECT_EQ(status.st_gid, 5678U);
+    EXPECT_EQ(status.st_mode & 07777U, 06755U);
+    ASSERT_EQ(::lstat(path("disk/a/link").c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, 1234U);
+    EXPECT_TRUE(fs::is_fifo(path("disk/a/fifo")));
+    EXPECT_TRUE(fs::is_character_file(path("disk/a/null")));
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(SuperuserFilesProbe, TheTrashIsReachedFromEveryDisk) {
+    const MemoryDisk disk(path("disk"), "1m");
+    made("disk/file", "text");
+    EXPECT_TRUE(FWFileManager::trashFile(path("disk/file"), ShouldAuth::kNo));
+    EXPECT_FALSE(exists("disk/file"));
+    EXPECT_EQ(readText(trashed("file")), "text");
+}
+
+// Full disks
+
+TEST_F(SuperuserFilesProbe, ACopyToAFullDiskLeavesNothingBehind) {
+    const MemoryDisk disk(path("disk"), "256k");
+    folder("a");
+    made("a/1", someBytes(100'000));
+    made("a/2", someBytes(200'000));
+    EXPECT_FALSE(FWFileManager::copyFile(path("a"), path("disk/a"), ShouldAuth::kNo));
+    EXPECT_THAT(logged(),
+                ElementsAre("Error copying file: No space left on device. Authorizing..."));
+    EXPECT_TRUE(fs::is_empty(path("disk")));
+}
+
+TEST_F(SuperuserFilesProbe, AMoveToAFullDiskLeavesTheSource) {
+    const MemoryDisk disk(path("disk"), "256k");
+    folder("a");
+    made("a/1", someBytes(100'000));
+    made("a/2", someBytes(200'000));
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("disk/a"), ShouldAuth::kNo));
+    EXPECT_THAT(logged(), ElementsAre("Error moving file from " + path("a") + " to " +
+                                          path("disk/a") + ": No space left on device.",
+                                      "Authorizing..."));
+    EXPECT_EQ(contents("a/1"), someBytes(100'000));
+    EXPECT_EQ(contents("a/2"), someBytes(200'000));
+    EXPECT_TRUE(fs::is_empty(path("disk")));
+}
+
+TEST_F(SuperuserFilesProbe, ACombinationOnAFullDiskKeepsTheSourcesThatAreNotInIt) {
+    const MemoryDisk disk(path("disk"), "256k");
+    for (const char* name : {"a", "b", "c"}) {
+        made(name, someBytes(100'000));
+    }
+    EXPECT_TRUE(FWFileManager::combineFiles({path("a"), path("b"), path("c")}, path("disk/all"),
+                                            DeleteSourceFiles::kYes));
+    EXPECT_THAT(systemLogged(), testing::Each("Error writing file " + path("disk/all") + ": 1"));
+    EXPECT_FALSE(systemLogged().empty());
+    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_EQ(contents("c"), someBytes(100'000));
+    EXPECT_EQ(contents("disk/all").substr(0, 200'000), someBytes(100'000) + someBytes(100'000));
+}
+
+TEST_F(SuperuserFilesProbe, ACombinationOfOneOnAFullDiskKeepsIt) {
+    const MemoryDisk disk(path("disk"), "64k");
+    made("a", someBytes(100'000));
+    EXPECT_FALSE(
+        FWFileManager::combineFiles({path("a")}, path("disk/all"), DeleteSourceFiles::kYes));
+    EXPECT_EQ(contents("a"), someBytes(100'000));
+    EXPECT_FALSE(exists("disk/all"));
+}
+
+} // namespace
+} // namespace fw

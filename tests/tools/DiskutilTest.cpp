@@ -1,0 +1,75 @@
+#include "platform/plist/PropertyListFile.h"
+#include "platform/volumes/Volumes.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/tools/ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sys/statvfs.h>
+
+namespace fw {
+namespace {
+
+using namespace test;
+
+constexpr const char* kUsage = "diskutil: usage: diskutil info -plist MOUNTPOINT\n";
+
+ToolRun diskutil(const std::vector<std::string>& arguments) {
+    return toolRun(FW_TOOL_DISKUTIL, arguments);
+}
+
+TEST(DiskutilTest, TellsOfAVolumeAsAPropertyList) {
+    const ToolRun run = diskutil({"info", "-plist", "/"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.errors, "");
+    auto list = propertyListFromBytes(run.output);
+    ASSERT_TRUE(list);
+    PropertyListDictionary facts = list.value();
+    const std::vector<Volume> volumes = mountedVolumes();
+    const auto root = std::find_if(volumes.begin(), volumes.end(),
+                                   [](const Volume& volume) { return volume.mountPoint == "/"; });
+    ASSERT_NE(root, volumes.end());
+    struct statvfs sizes {};
+    ASSERT_EQ(::statvfs("/", &sizes), 0);
+    EXPECT_EQ(facts["MountPoint"], PropertyListValue{std::string("/")});
+    EXPECT_EQ(facts["VolumeName"], PropertyListValue{std::string("/")});
+    EXPECT_EQ(facts["FilesystemType"], PropertyListValue{root->type});
+    EXPECT_EQ(facts["WritableVolume"], PropertyListValue{!root->isReadOnly});
+    EXPECT_EQ(facts["TotalSize"],
+              PropertyListValue{static_cast<std::int64_t>(sizes.f_blocks * sizes.f_frsize)});
+    EXPECT_EQ(facts["VolumeAllocationBlockSize"],
+              PropertyListValue{static_cast<std::int64_t>(sizes.f_frsize)});
+    ASSERT_NE(facts["FreeSpace"].get<std::int64_t>(), nullptr);
+    EXPECT_GT(*facts["FreeSpace"].get<std::int64_t>(), 0);
+    EXPECT_LE(*facts["FreeSpace"].get<std::int64_t>(), *facts["TotalSize"].get<std::int64_t>());
+    if (root->source.starts_with("/dev/")) {
+        EXPECT_EQ(facts["DeviceNode"], PropertyListValue{root->source});
+        EXPECT_EQ(facts["DeviceIdentifier"], PropertyListValue{root->source.substr(5)});
+    } else {
+        EXPECT_EQ(facts.count("DeviceNode"), 0U);
+    }
+}
+
+TEST(DiskutilTest, WhatIsNoMountPointIsNotFound) {
+    const TemporaryFolder folder;
+    for (const std::string& path :
+         {folder.path().string(), std::string("/nonexistent"), std::string(),
+          std::string("caf\xC3\xA9 \xFF"), std::string("-x")}) {
+        EXPECT_EQ(diskutil({"info", "-plist", path}),
+                  (ToolRun{1, "", "diskutil: Could not find disk: " + path + "\n"}));
+    }
+}
+
+TEST(DiskutilTest, OtherArgumentsAreRefused) {
+    using Arguments = std::vector<std::string>;
+    for (const Arguments& arguments :
+         {Arguments{}, Arguments{"info"}, Arguments{"info", "/"}, Arguments{"info", "-plist"},
+          Arguments{"-plist", "info", "/"}, Arguments{"eraseDisk", "-plist", "/"},
+          Arguments{"info", "-plist", "/", "/"}}) {
+        EXPECT_EQ(diskutil(arguments), (ToolRun{64, "", kUsage}));
+    }
+}
+
+} // namespace
+} // namespace fw
