@@ -243,9 +243,10 @@ public:
     /// rights, but none any more once something could not be written, which is told to the system
     /// log and does not end the combination.
     ///
-    /// Deliberate: a single source is moved to the destination, deleted or not. A destination that
-    /// is one of the sources, under whatever name, or a folder is refused before anything is
-    /// touched; a single source that is its own destination stays as it is.
+    /// Deliberate: a single source is moved to the destination, deleted or not, in the place of
+    /// what stands there, even a folder. A destination that is one of the sources, under whatever
+    /// name, or in which a single source lies is refused before anything is touched; a single
+    /// source that is its own destination stays as it is.
     static bool combineFiles(const std::vector<std::string>& sources,
                              const std::string& destination, DeleteSourceFiles deleteSourceFiles);
 

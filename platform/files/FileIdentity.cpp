@@ -2,7 +2,26 @@
 
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <system_error>
+
 namespace fw {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Whether the place is this path without links, or one of the folders that hold it.
+bool isOnTheWay(const FileIdentity& place, fs::path path) {
+    for (fs::path last; path != last; path = path.parent_path()) {
+        if (fileIdentity(path.string()) == place) {
+            return true;
+        }
+        last = path;
+    }
+    return false;
+}
+
+} // namespace
 
 std::optional<FileIdentity> fileIdentity(const std::string& path) {
     struct stat status {};
@@ -11,6 +30,17 @@ std::optional<FileIdentity> fileIdentity(const std::string& path) {
         return std::nullopt;
     }
     return FileIdentity{status.st_dev, status.st_ino};
+}
+
+bool isAtOrIn(const std::string& path, const std::string& place) {
+    const std::optional<FileIdentity> identity = fileIdentity(place);
+    if (!identity) {
+        return false;
+    }
+    std::error_code failure;
+    const fs::path leadsTo = fs::canonical(path, failure);
+    const fs::path holder = fs::canonical(fs::absolute(path, failure).parent_path(), failure);
+    return isOnTheWay(*identity, leadsTo) || isOnTheWay(*identity, holder);
 }
 
 } // namespace fw

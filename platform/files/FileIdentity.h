@@ -18,4 +18,8 @@ struct FileIdentity {
 /// That of the file at the path, links followed; nothing when there is none. Safe from any thread.
 std::optional<FileIdentity> fileIdentity(const std::string& path);
 
+/// Whether what stands at the path, or what it points to when it is a link, is the place or lies in
+/// it, under whatever names. Safe from any thread.
+bool isAtOrIn(const std::string& path, const std::string& place);
+
 } // namespace fw

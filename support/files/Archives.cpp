@@ -2,30 +2,10 @@
 #include "support/FWFileManager.h"
 #include "support/FWTaskEx.h"
 
-#include <filesystem>
-#include <system_error>
-
 namespace fw {
 namespace {
 
 constexpr const char* kTool = "/usr/bin/ditto";
-
-/// Whether a path is, or lies in, what stands at the place, under whatever names.
-bool isAtOrIn(const std::string& path, const std::string& place) {
-    const std::optional<FileIdentity> identity = fileIdentity(place);
-    std::error_code failure;
-    std::filesystem::path holder = std::filesystem::canonical(path, failure);
-    while (identity && !holder.empty()) {
-        if (fileIdentity(holder.string()) == identity) {
-            return true;
-        }
-        if (holder == holder.parent_path()) {
-            break;
-        }
-        holder = holder.parent_path();
-    }
-    return false;
-}
 
 /// Makes room for a result; false when something stays in the way, or `source` would go with it.
 bool clearedFor(const std::string& source, const std::string& place, ShouldAuth shouldAuth) {

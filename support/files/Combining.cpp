@@ -51,8 +51,8 @@ bool moveOnly(const std::string& source, const std::string& destination) {
     if (isSameFile(source, destination)) {
         return true; // To remove the destination would be to lose the source.
     }
-    if (isFolder(destination) && !isLink(destination)) {
-        return destinationRefused(destination); // The source may lie in it.
+    if (isFolder(destination) && !isLink(destination) && isAtOrIn(source, destination)) {
+        return destinationRefused(destination); // To remove it would be to lose the source.
     }
     if (isEntry(destination)) {
         FWFileManager::removeFile(destination, kRemoveTimeout);

@@ -129,12 +129,30 @@ TEST_F(FWFileManagerCombineTest, OneSourceOntoItselfStaysAsItIs) {
     EXPECT_TRUE(fs::is_symlink(path("soft")));
 }
 
-TEST_F(FWFileManagerCombineTest, OneSourceDoesNotReplaceTheFolderThatItMayLieIn) {
+TEST_F(FWFileManagerCombineTest, OneSourceDoesNotReplaceTheFolderThatItLiesIn) {
+    folder("folder/inner");
+    made("folder/inner/a", "text");
+    made("b", "text");
+    link("folder/inner", "way");
+    fs::create_symlink(path("b"), path("folder/leadsOut"));
+    link("folder/inner/a", "leadsIn");
+    for (const char* source :
+         {"folder/inner/a", "folder/./inner/../inner/a", "way/a", "folder/leadsOut", "leadsIn"}) {
+        EXPECT_FALSE(combined({source}, "folder")) << source;
+        EXPECT_EQ(systemLogged().back(), unopened("folder"));
+    }
+    EXPECT_EQ(contents("folder/inner/a"), "text");
+    EXPECT_EQ(contents("folder/leadsOut"), "text");
+    EXPECT_EQ(contents("leadsIn"), "text");
+}
+
+TEST_F(FWFileManagerCombineTest, OneSourceReplacesAnotherFolder) {
     folder("folder");
-    made("folder/a", "text");
-    EXPECT_FALSE(combined({"folder/a"}, "folder"));
-    EXPECT_THAT(systemLogged(), ElementsAre(unopened("folder")));
-    EXPECT_EQ(contents("folder/a"), "text");
+    made("folder/old", "old");
+    made("a", "text");
+    EXPECT_TRUE(combined({"a"}, "folder"));
+    EXPECT_EQ(contents("folder"), "text");
+    EXPECT_FALSE(exists("a"));
 }
 
 TEST_F(FWFileManagerCombineTest, NothingToCombineIsRefused) {
