@@ -18,8 +18,8 @@ struct FileRights {
     std::function<bool(const std::string& tool, const std::vector<std::string>& arguments)> runTool;
 };
 
-/// Puts other rights in the place of an administrator's and returns those before. Safe from any thread; an operation on its
-/// way meanwhile may still use those before.
+/// Puts other rights in the place of an administrator's and returns those before. Safe from any
+/// thread; an operation on its way meanwhile may still use those before.
 FileRights setFileRights(FileRights rights);
 
 /// The rights in place.
