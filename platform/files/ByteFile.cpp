@@ -65,7 +65,9 @@ bool ByteFile::truncate() {
 }
 
 bool ByteFile::flush() {
-    return noted(::fdatasync(descriptor_.get()) == 0);
+    const bool isDone = noted(calls_->flush(descriptor_.get()) == 0);
+    hasFailed_ = hasFailed_ || !isDone;
+    return isDone;
 }
 
 std::size_t ByteFile::read(std::span<std::byte> bytes) {

@@ -44,7 +44,7 @@ public:
 
     /// Whether a read met the end of the file.
     bool isAtEnd() const { return isAtEnd_; }
-    /// Whether a read or a write failed, ever.
+    /// Whether a read, a write or a flush failed, ever.
     bool hasFailed() const { return hasFailed_; }
     /// The last error's number; 0 before the first.
     int errorNumber() const { return errorNumber_; }

@@ -23,6 +23,9 @@ std::shared_ptr<const FileCalls> completed(FileCalls calls) {
     if (!all->rename) {
         all->rename = ::renameat2;
     }
+    if (!all->flush) {
+        all->flush = ::fdatasync;
+    }
     return all;
 }
 

@@ -16,7 +16,7 @@ constexpr mode_t kOwnerOnly = 0700;
 
 std::optional<Error> moveToTrash(const std::string& path) {
     const std::string trash = FWLocalPaths::trashDirectory();
-    if (const auto failure = makeFolder(trash, kOwnerOnly)) {
+    if (auto failure = makeFolder(trash, kOwnerOnly)) {
         return failure; // Also for an unknown, and so empty, path.
     }
     const std::string wanted = appendedPathComponent(trash, lastPathComponent(path));

@@ -275,6 +275,23 @@ TEST_F(FWFileManagerCombineTest, AfterAShortWriteItGoesOnAndDeletesNoSourceAnyMo
     EXPECT_EQ(contents("all"), std::string("1").append(someBytes(kChunk), 0, 99));
 }
 
+TEST_F(FWFileManagerCombineTest, NoSourceIsDeletedThatTheDiskDidNotTake) {
+    int flushes = 0;
+    setFileCalls({.read = {}, .write = {}, .seek = {}, .rename = {}, .flush = [&](int) {
+                      errno = EIO;
+                      return ++flushes == 2 ? -1 : 0;
+                  }});
+    for (const char* name : {"a", "b", "c"}) {
+        made(name, name);
+    }
+    EXPECT_TRUE(combined({"a", "b", "c"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_THAT(systemLogged(), ElementsAre("Error writing file " + path("all") + ": 1"));
+    EXPECT_EQ(contents("all"), "abc");
+    EXPECT_FALSE(exists("a"));
+    EXPECT_TRUE(exists("b"));
+    EXPECT_TRUE(exists("c"));
+}
+
 TEST_F(FWFileManagerCombineTest, NamesMayBeLongAndNeedNotBeText) {
     const std::string longName(255, 'n');
     made(longName, "1");

@@ -49,6 +49,9 @@ protected:
     std::vector<std::string> logged() const { return log_.texts(); }
     std::vector<std::string> systemLogged() const { return systemLog_.linesUpToNow(); }
 
+    /// Those that operations fall back to outside of tests.
+    const FileRights& rightsOfSuite() const { return rights_; }
+
     std::string path(const std::string& name) const { return folder_.file(name); }
     std::string made(const std::string& name, std::string_view bytes) const {
         writeText(path(name), bytes);
