@@ -104,6 +104,7 @@ int exitStatusWithoutThreads() {
 }
 
 TEST(SourceChunks, WithoutAThreadTheCallerMakesTheDigest) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(std::_Exit(exitStatusWithoutThreads()), testing::ExitedWithCode(0), "");
 }
 
