@@ -33,7 +33,7 @@ std::optional<Waveform> waveformOf(const std::string& movie) {
     return waveform;
 }
 
-/// The largest point of each column, 0 to kHalfHeight; fewer columns than points.
+/// The largest point of each column, 0 to kHalfHeight; never more columns than points.
 std::vector<double> heightsOf(const Waveform& waveform) {
     const std::vector<float>& points = waveform.points;
     std::vector<double> heights(std::min(kColumns, points.size()));

@@ -13,7 +13,7 @@ public:
 };
 
 /// Where results go. Every text is on its way when write returns, so that nothing found is lost.
-/// A reader that takes nothing is waited for, until the program is asked to end (SignalWatch.h):
+/// The reader of a pipe that takes nothing is waited for, until the program is asked to end (SignalWatch.h):
 /// then for a second more.
 class Output {
 public:

@@ -32,6 +32,9 @@ SignalWatch::SignalWatch() {
     }
     ::pthread_sigmask(SIG_BLOCK, &watched, &before_);
     descriptor_ = FileDescriptor(::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK));
+    if (!descriptor_) {
+        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); // They end the program, as before.
+    }
 }
 
 SignalWatch::~SignalWatch() {

@@ -26,7 +26,7 @@ private:
     FileDescriptor descriptor_;
 };
 
-/// Whether such a signal has come to this process: it was taken, or is still pending.
+/// Whether such a signal has ever come to this process: it was taken, or is still pending.
 bool isAskedToEnd();
 
 } // namespace fw

@@ -13,10 +13,13 @@
 #include "platform/digest/Digest.h"
 #include "support/FWFileManager.h"
 
-#include <array>
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <thread>

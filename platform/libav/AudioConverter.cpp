@@ -97,6 +97,9 @@ void AudioConverter::appendPlanes(const AVFrame& frame, std::vector<std::byte>& 
     for (int channel = 0; channel < channels_; ++channel) {
         plane.clear();
         run(frame.extended_data + channel, frame.nb_samples, kBytesPerSample, plane);
+        if (plane.size() != count * kBytesPerSample) {
+            throwConversionError(AVERROR_BUG); // At one rate nothing is held back.
+        }
         std::byte* target =
             samples.data() + before + static_cast<std::size_t>(channel) * kBytesPerSample;
         for (std::size_t i = 0; i < count; ++i) {
@@ -109,8 +112,8 @@ void AudioConverter::appendPlanes(const AVFrame& frame, std::vector<std::byte>& 
 void AudioConverter::run(const std::uint8_t* const* planes, int count, std::size_t bytesPerSample,
                          std::vector<std::byte>& samples) {
     const int room = swr_get_out_samples(context_.get(), count);
-    if (room <= 0) {
-        return;
+    if (room < 0) {
+        throwConversionError(room);
     }
     const std::size_t before = samples.size();
     samples.resize(before + static_cast<std::size_t>(room) * bytesPerSample);
