@@ -2,32 +2,17 @@
 // libraries and (by default) the same number of threads as the scanner, does nothing with them,
 // and prints how many there were. What a scan takes beyond this is its own cost.
 #include "base/text.h"
-#include "platform/libav/Handles.h"
+#include "bench/libavMovie.h"
 
 #include <cstdint>
 #include <cstdio>
-#include <stdexcept>
 #include <string>
 
 namespace {
 
 using fw::libav::CodecHandle;
 using fw::libav::FormatHandle;
-
-void require(bool holds, const char* what) {
-    if (!holds) {
-        throw std::runtime_error(what);
-    }
-}
-
-FormatHandle openMovie(const std::string& path) {
-    AVFormatContext* format = nullptr;
-    require(avformat_open_input(&format, ("file:" + path).c_str(), nullptr, nullptr) >= 0,
-            "the movie cannot be opened");
-    FormatHandle handle(format);
-    require(avformat_find_stream_info(format, nullptr) >= 0, "the movie has no known streams");
-    return handle;
-}
+using namespace fw::bench;
 
 /// Not a cover picture. The other streams are left unread.
 const AVStream& selectFirstVideo(const AVFormatContext& format) {
@@ -44,18 +29,6 @@ const AVStream& selectFirstVideo(const AVFormatContext& format) {
     }
     require(found != nullptr, "the movie has no video track");
     return *found;
-}
-
-CodecHandle openDecoder(const AVStream& stream, int threads) {
-    const AVCodec* decoder = avcodec_find_decoder(stream.codecpar->codec_id);
-    require(decoder != nullptr, "there is no decoder");
-    CodecHandle codec(avcodec_alloc_context3(decoder));
-    require(codec && avcodec_parameters_to_context(codec.get(), stream.codecpar) >= 0,
-            "the decoder cannot be made");
-    codec->pkt_timebase = stream.time_base;
-    codec->thread_count = threads;
-    require(avcodec_open2(codec.get(), decoder, nullptr) >= 0, "the decoder cannot start");
-    return codec;
 }
 
 std::int64_t takeFrames(AVCodecContext& codec, AVFrame& frame) {

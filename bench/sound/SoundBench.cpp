@@ -4,8 +4,8 @@
 //     decode MOVIE        decoding that track to interleaved signed 16-bit samples with the same
 //                         libraries, and nothing done with them
 #include "bench/PeakMemory.h"
+#include "bench/libavMovie.h"
 #include "media/FWAVFoundation.h"
-#include "platform/libav/Handles.h"
 #include "platform/libav/LibavAsset.h"
 
 extern "C" {
@@ -15,7 +15,6 @@ extern "C" {
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -23,22 +22,7 @@ namespace {
 
 using fw::libav::CodecHandle;
 using fw::libav::FormatHandle;
-
-void require(bool holds, const char* what) {
-    if (!holds) {
-        throw std::runtime_error(what);
-    }
-}
-
-FormatHandle openMovie(const std::string& path) {
-    AVFormatContext* format = nullptr;
-    require(avformat_open_input(&format, std::string("file:").append(path).c_str(), nullptr,
-                                nullptr) >= 0,
-            "the movie cannot be opened");
-    FormatHandle handle(format);
-    require(avformat_find_stream_info(format, nullptr) >= 0, "the movie has no known streams");
-    return handle;
-}
+using namespace fw::bench;
 
 /// The other streams are left unread.
 const AVStream& selectSound(AVFormatContext& format) {
@@ -49,18 +33,6 @@ const AVStream& selectSound(AVFormatContext& format) {
             i == static_cast<unsigned>(found) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
     return *format.streams[found];
-}
-
-CodecHandle openDecoder(const AVStream& stream) {
-    const AVCodec* decoder = avcodec_find_decoder(stream.codecpar->codec_id);
-    require(decoder != nullptr, "there is no decoder");
-    CodecHandle codec(avcodec_alloc_context3(decoder));
-    require(codec && avcodec_parameters_to_context(codec.get(), stream.codecpar) >= 0,
-            "the decoder cannot be made");
-    codec->pkt_timebase = stream.time_base;
-    codec->thread_count = 0;
-    require(avcodec_open2(codec.get(), decoder, nullptr) >= 0, "the decoder cannot start");
-    return codec;
 }
 
 struct FreeConverter {
@@ -83,7 +55,7 @@ Converter makeConverter(AVCodecContext& codec) {
 class Decoding {
 public:
     explicit Decoding(const AVStream& stream)
-        : codec_(openDecoder(stream)), converter_(makeConverter(*codec_)) {}
+        : codec_(openDecoder(stream, 0)), converter_(makeConverter(*codec_)) {}
 
     void take(const AVPacket* packet) {
         avcodec_send_packet(codec_.get(), packet);
@@ -142,7 +114,7 @@ int main(int argc, char** argv) {
     try {
         const std::int64_t count = what == "decode" ? decodeAll(argv[2]) : waveformPoints(argv[2]);
         std::printf("%lld\n", static_cast<long long>(count));
-        fw::bench::printPeakMemory();
+        printPeakMemory();
     } catch (const std::exception& exception) {
         std::fprintf(stderr, "bench_sound: %s\n", exception.what());
         return 1;
