@@ -29,6 +29,11 @@ namespace fs = std::filesystem;
 constexpr std::uint64_t kTwentyMebibytes = 20'971'520;
 using Paths = std::vector<std::string>;
 
+/// Whether it is that of a destination, as seen by a call of the tests.
+bool isForWriting(int descriptor) {
+    return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
+
 /// What a delegate has been told, in order; background calls are kept apart.
 struct Told {
     std::mutex mutex;
@@ -86,9 +91,6 @@ protected:
     }
     static std::string unopened(const std::string& path) {
         return "Error: Unable to open destination file " + path + ". Aborting copy process...";
-    }
-    static bool isForWriting(int descriptor) {
-        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
     }
 };
 
@@ -416,6 +418,64 @@ TEST_F(FWFileManagerCopyTest, AByteThatChangesBetweenWriteAndReadBackIsFound) {
                 ElementsAre("written 65543", "failed b " + wrong, "failed c " + wrong, "finished"));
 }
 
+TEST_F(FWFileManagerCopyTest, AReadBackThatFailsIsAMismatchAndLosesNothing) {
+    const std::string bytes = someBytes(4 * kChunk);
+    made("a", bytes);
+    for (const std::size_t readBefore : {std::size_t{0}, std::size_t{100}}) {
+        told->calls.clear();
+        int reads = 0;
+        setFileCalls({.read = [&](int descriptor, void* into, std::size_t count) -> ssize_t {
+                          const int number = isForWriting(descriptor) ? ++reads : 0;
+                          if (number == 2 && readBefore > 0) {
+                              return ::read(descriptor, into, readBefore);
+                          }
+                          if (number == (readBefore > 0 ? 3 : 2)) {
+                              errno = EIO;
+                              return -1;
+                          }
+                          return ::read(descriptor, into, count);
+                      },
+                      .write = {},
+                      .seek = {}});
+        EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kSha1, noting()));
+        setFileCalls({});
+        EXPECT_EQ(contents("b"), bytes);
+        const std::string readBack =
+            bytes.substr(0, kChunk + readBefore) + bytes.substr(2 * kChunk);
+        EXPECT_THAT(told->calls,
+                    ElementsAre("written 262144",
+                                "failed b " + FWFileManager::sha1HashForFile(made("c", readBack)),
+                                "finished"));
+        EXPECT_THAT(systemLogged(), IsEmpty());
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, AnEndThatIsNotFoundAgainAfterAReadBackIsTold) {
+    int reads = 0;
+    int positionings = 0;
+    setFileCalls({.read = [&](int descriptor, void* into, std::size_t count) -> ssize_t {
+                      if (isForWriting(descriptor) && ++reads == 1) {
+                          errno = EIO;
+                          return -1;
+                      }
+                      return ::read(descriptor, into, count);
+                  },
+                  .write = {},
+                  .seek = [&](int descriptor, off_t offset, int whence) -> off_t {
+                      if (whence == SEEK_SET && ++positionings == 2) {
+                          errno = EBADF;
+                          return -1;
+                      }
+                      return ::lseek(descriptor, offset, whence);
+                  }});
+    made("a", someBytes(kChunk));
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kMd5, noting()));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: unable to seek within file " + path("b"), "cur pos: 65536",
+                            "read size: 65536", "errno: 9", "err: 1"));
+    EXPECT_THAT(told->calls, Contains("failed b d41d8cd98f00b204e9800998ecf8427e"));
+}
+
 /// Flips a bit of what is read back of each destination, at places of its own.
 class Corruption {
 public:
@@ -434,9 +494,6 @@ public:
             }
         }
         return read;
-    }
-    static bool isForWriting(int descriptor) {
-        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
     }
 
 private:
