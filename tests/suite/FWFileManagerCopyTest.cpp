@@ -309,6 +309,22 @@ TEST_F(FWFileManagerCopyTest, ASourceIsNeverItsOwnDestination) {
     }
 }
 
+TEST_F(FWFileManagerCopyTest, NoFolderIsMadeForACopyOntoItsSource) {
+    made("a", "text");
+    EXPECT_FALSE(copied(path("a"), {path("new/dir/b"), path("a")}));
+    EXPECT_THAT(systemLogged(), ElementsAre(unopened(path("a"))));
+    EXPECT_FALSE(exists("new"));
+    EXPECT_EQ(contents("a"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceIsNotReachedThroughFoldersThatAreMadeForIt) {
+    made("a", "text");
+    EXPECT_FALSE(copied(path("a"), {path("b"), path("new/c"), path("new/../a")}));
+    EXPECT_THAT(systemLogged(), ElementsAre(unopened(path("new/../a"))));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_EQ(contents("a"), "text");
+}
+
 TEST_F(FWFileManagerCopyTest, WithoutMemoryForEitherBufferItSaysSo) {
     made("a", "text");
     const std::string message = "Error copying file " + path("a") + " - out of memory";
