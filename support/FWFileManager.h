@@ -225,6 +225,10 @@ public:
     /// A destination that is the source itself, under whatever name, is refused before anything is
     /// touched. Waits until it is done; the objects and the delegate are handed to the delegate's
     /// operations within the settings.
+    ///
+    /// The creation date is kept in the extended attribute "user.com.fernwick.creationdate". Where
+    /// the file system has no extended attributes it cannot be set; "Error setting metadata for
+    /// file …" goes to the system log then, and the copy succeeds.
     static bool copyFileWithProgress(const std::string& source,
                                      const std::vector<std::string>& destinations,
                                      FileVerification verificationType,

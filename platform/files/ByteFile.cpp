@@ -37,11 +37,17 @@ Result<ByteFile> ByteFile::open(const std::string& path, int flags) {
     if (path.find('\0') != std::string::npos) {
         return posixError(EINVAL);
     }
+    // Merely to open a device can have effects: a tape rewinds, a watchdog starts to count.
+    struct stat status {};
+    if (::stat(path.c_str(), &status) == 0) {
+        if (const int failure = unsuitableKind(status.st_mode); failure != 0) {
+            return posixError(failure);
+        }
+    }
     ByteFile file;
     // Regular files know no waiting; others must not wait before it is known what they are.
     file.descriptor_ = FileDescriptor(
         ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kModeOfNewFile));
-    struct stat status {};
     if (!file.descriptor_ || ::fstat(file.descriptor_.get(), &status) != 0) {
         return posixError(errno);
     }

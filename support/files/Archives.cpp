@@ -1,16 +1,24 @@
+#include "platform/files/FileFacts.h"
 #include "platform/files/FileIdentity.h"
 #include "support/FWFileManager.h"
 #include "support/FWTaskEx.h"
+#include "support/files/waitUntil.h"
 
 namespace fw {
 namespace {
 
 constexpr const char* kTool = "/usr/bin/ditto";
 
+constexpr Timeout kTrashTimeout(5);
+
 /// Makes room for a result; false when something stays in the way, or `source` would go with it.
+/// With rights a move has only begun when it is allowed, and the tool must not come before it.
 bool clearedFor(const std::string& source, const std::string& place, ShouldAuth shouldAuth) {
-    return !FWFileManager::fileExistsAtPath(place) ||
-           (!isAtOrIn(source, place) && FWFileManager::trashFile(place, shouldAuth));
+    if (!isEntry(place)) {
+        return true;
+    }
+    return !isAtOrIn(source, place) && FWFileManager::trashFile(place, shouldAuth) &&
+           waitUntil(kTrashTimeout, [&] { return !isEntry(place); });
 }
 
 } // namespace

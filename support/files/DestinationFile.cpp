@@ -42,9 +42,14 @@ void DestinationFile::writeAndReadBack(std::span<const std::byte> chunk,
         return;
     }
     const std::optional<std::uint64_t> start = file_->position();
-    write(chunk);
-    goBackTo(start, chunk.size());
+    const std::size_t writtenBytes = file_->write(chunk);
+    written(writtenBytes == chunk.size());
+    const bool isBack = wentTo(start, chunk.size());
     const auto stands = readBack.first(file_->read(readBack.first(chunk.size())));
+    // The next chunk goes to the end of what is written, wherever the reading stopped.
+    if (isBack && stands.size() != writtenBytes) {
+        wentTo(*start + writtenBytes, chunk.size());
+    }
     if (!ownDigest_ && !isSame(stands, chunk)) {
         ownDigest_ = before.digest();
     }
@@ -53,15 +58,16 @@ void DestinationFile::writeAndReadBack(std::span<const std::byte> chunk,
     }
 }
 
-void DestinationFile::goBackTo(std::optional<std::uint64_t> start, std::size_t chunkLength) {
-    if (start && file_->setPosition(*start)) {
-        return;
+bool DestinationFile::wentTo(std::optional<std::uint64_t> position, std::size_t chunkLength) {
+    if (position && file_->setPosition(*position)) {
+        return true;
     }
     systemLog(formattedText("Error: unable to seek within file %@", path_));
-    systemLog(formattedText("cur pos: %llu", start.value_or(0)));
+    systemLog(formattedText("cur pos: %llu", position.value_or(0)));
     systemLog(formattedText("read size: %zu", chunkLength));
     systemLog(formattedText("errno: %i", file_->errorNumber()));
     systemLog(formattedText("err: %i", static_cast<int>(file_->hasFailed())));
+    return false;
 }
 
 } // namespace fw

@@ -37,7 +37,7 @@ public:
 
 private:
     bool written(bool isDone) const;
-    void goBackTo(std::optional<std::uint64_t> start, std::size_t chunkLength);
+    bool wentTo(std::optional<std::uint64_t> position, std::size_t chunkLength);
 
     std::string path_;
     std::optional<ByteFile> file_; ///< Until it is closed.

@@ -44,7 +44,8 @@ FileCopy::FileCopy(FileCopySettings settings, FileVerification verification)
       settingsAtStart_(std::make_shared<const FileCopySettings>(settings_)) {}
 
 bool FileCopy::run() {
-    if (!FWFileManager::fileExistsAtPath(settings_.source)) {
+    const std::optional<FileIdentity> source = fileIdentity(settings_.source);
+    if (!source) {
         systemLog(formattedText("Error: File %@ doesn't exist. Aborting copy process...",
                                 settings_.source));
         return false;
@@ -53,7 +54,9 @@ bool FileCopy::run() {
         systemLog("Error: You must have at least one destination. Aborting copy process...");
         return false;
     }
-    if (!prepareFolders() || !openSource() || !openDestinations() || !copyContents()) {
+    // Before a folder is made, and once more when there are folders: a path can lead through them.
+    if (!sparesSource(*source) || !prepareFolders() || !openSource() || !openDestinations() ||
+        !copyContents()) {
         return false;
     }
     closeFiles();
@@ -103,18 +106,21 @@ bool FileCopy::refuseDestination(const std::string& path) const {
     return false;
 }
 
-/// To empty it would be to lose the source.
-bool FileCopy::isOwnDestination(const std::string& path) const {
-    return fileIdentity(path) == source_->identity();
-}
-
-/// Nothing is made before it is known that no destination is the source, and nothing is emptied
-/// before all are open.
-bool FileCopy::openDestinations() {
+/// To empty the source would be to lose it.
+bool FileCopy::sparesSource(const FileIdentity& source) const {
     for (const std::string& path : settings_.destinations) {
-        if (isOwnDestination(path)) {
+        if (fileIdentity(path) == source) {
             return refuseDestination(path);
         }
+    }
+    return true;
+}
+
+/// No file is made before it is known that no destination is the source, and nothing is emptied
+/// before all are open.
+bool FileCopy::openDestinations() {
+    if (!sparesSource(source_->identity())) {
+        return false;
     }
     for (const std::string& path : settings_.destinations) {
         Result<ByteFile> file = ByteFile::openForUpdating(path);

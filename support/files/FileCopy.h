@@ -3,6 +3,7 @@
 #include "platform/digest/Digest.h"
 #include "platform/files/ByteFile.h"
 #include "platform/files/FileAttributes.h"
+#include "platform/files/FileIdentity.h"
 #include "support/FileCopySettings.h"
 #include "support/files/Cancellation.h"
 #include "support/files/DestinationFile.h"
@@ -27,10 +28,10 @@ private:
     const FileCopyDelegate* delegate() const {
         return settings_.delegate ? &*settings_.delegate : nullptr;
     }
+    bool sparesSource(const FileIdentity& source) const;
     bool prepareFolders() const;
     bool openSource();
     bool openDestinations();
-    bool isOwnDestination(const std::string& path) const;
     bool refuseDestination(const std::string& path) const;
     bool copyContents();
     void copyChunk(std::span<const std::byte> chunk, const ChunkBuffer& readBack,

@@ -3,7 +3,10 @@
 #include "platform/tools/toolPath.h"
 #include "tests/suite/FileOperationTest.h"
 
+#include <chrono>
+#include <filesystem>
 #include <gmock/gmock.h>
+#include <thread>
 
 namespace fw {
 namespace {
@@ -120,6 +123,48 @@ TEST_F(ArchiveTest, WhatCannotBeTrashedStaysAndNothingIsDone) {
     EXPECT_FALSE(exists("asked"));
     EXPECT_EQ(contents("a.zip"), "old");
     EXPECT_TRUE(exists("out"));
+}
+
+TEST_F(ArchiveTest, WhatIsTrashedWithRightsIsWaitedFor) {
+    made("a.zip", "old");
+    writeText(trash(), "in the way");
+    putRecorderInPlace();
+    answer = true;
+    std::thread mover;
+    whenAsked = [&] {
+        mover = std::thread([this] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            EXPECT_FALSE(exists("asked")) << "the tool runs while the old archive is there";
+            fs::rename(path("a.zip"), path("taken"));
+        });
+    };
+    EXPECT_FALSE(FWFileManager::compressFile(path("in"), path("a.zip")));
+    mover.join();
+    EXPECT_EQ(contents("taken"), "old");
+    EXPECT_TRUE(exists("asked"));
+}
+
+TEST_F(ArchiveTest, WhatRightsDoNotTakeAwayStaysAndNothingIsDone) {
+    made("a.zip", "old");
+    writeText(trash(), "in the way");
+    putRecorderInPlace();
+    answer = true;
+    EXPECT_FALSE(FWFileManager::compressFile(path("in"), path("a.zip")));
+    EXPECT_THAT(asked, ElementsAre("trash " + path("a.zip")));
+    EXPECT_FALSE(exists("asked"));
+    EXPECT_EQ(contents("a.zip"), "old");
+}
+
+TEST_F(ArchiveTest, ALinkToNowhereThatIsThereGoesToTheTrash) {
+    link("nowhere", "a.zip");
+    link("loop", "loop");
+    EXPECT_TRUE(FWFileManager::compressFile(path("in"), path("a.zip")));
+    EXPECT_EQ(fs::read_symlink(trashed("a.zip")), "nowhere");
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path("a.zip"))));
+    EXPECT_TRUE(FWFileManager::decompressFile(path("a.zip"), path("loop")));
+    EXPECT_EQ(fs::read_symlink(trashed("loop")), "loop");
+    EXPECT_EQ(contents("loop/a"), "of a");
+    EXPECT_FALSE(exists("nowhere"));
 }
 
 TEST_F(ArchiveTest, WhatFailsLeavesNoResult) {

@@ -2,7 +2,6 @@
 #include "tests/suite/FileOperationTest.h"
 
 #include <cerrno>
-#include <csignal>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -15,26 +14,6 @@ using testing::IsEmpty;
 namespace fs = std::filesystem;
 
 using Paths = std::vector<std::string>;
-
-/// No file grows beyond so many bytes while this lives, as on a full disk.
-class SmallFiles {
-public:
-    explicit SmallFiles(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit small{size, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &small);
-    }
-    ~SmallFiles() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
-    SmallFiles(const SmallFiles&) = delete;
-    SmallFiles& operator=(const SmallFiles&) = delete;
-
-private:
-    rlimit before_{};
-    void (*handler_)(int);
-};
 
 class FWFileManagerCombineTest : public FileOperationTest {
 protected:

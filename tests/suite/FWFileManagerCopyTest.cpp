@@ -1,5 +1,6 @@
 #include "support/FWFileManager.h"
 
+#include "platform/FileDescriptor.h"
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileTest.h"
@@ -7,13 +8,12 @@
 #include <any>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <sys/resource.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,6 +28,11 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kTwentyMebibytes = 20'971'520;
 using Paths = std::vector<std::string>;
+
+/// Whether it is that of a destination, as seen by a call of the tests.
+bool isForWriting(int descriptor) {
+    return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
+}
 
 /// What a delegate has been told, in order; background calls are kept apart.
 struct Told {
@@ -84,11 +89,25 @@ protected:
         return FWFileManager::copyFileWithProgress(source, destinations, verification, delegate, {},
                                                    {});
     }
+    /// What is asked about the first 20 MiB is answered before more is read.
+    static void waitForFirstAnswer() {
+        std::uint64_t total = 0;
+        setFileCalls(
+            {.read = [total](int descriptor, void* bytes, std::size_t count) mutable -> ssize_t {
+                 const ssize_t read = ::read(descriptor, bytes, count);
+                 if (!isForWriting(descriptor)) {
+                     if (total == kTwentyMebibytes) {
+                         finishBackground();
+                     }
+                     total += static_cast<std::uint64_t>(read);
+                 }
+                 return read;
+             },
+             .write = {},
+             .seek = {}});
+    }
     static std::string unopened(const std::string& path) {
         return "Error: Unable to open destination file " + path + ". Aborting copy process...";
-    }
-    static bool isForWriting(int descriptor) {
-        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
     }
 };
 
@@ -183,6 +202,20 @@ TEST_F(FWFileManagerCopyTest, NamesMayBeLongAndNeedNotBeText) {
     }
 }
 
+TEST_F(FWFileManagerCopyTest, PathsMayHave4095Bytes) {
+    const std::string folder = longFolder(4093);
+    writeText(folder + "/a", "text");
+    EXPECT_TRUE(copied(folder + "/a", {folder + "/b"}, FileVerification::kMd5, noting()));
+    EXPECT_EQ(readText(folder + "/b"), "text");
+    EXPECT_THAT(told->calls, ElementsAre("written 4", "finished"));
+    EXPECT_THAT(systemLogged(), IsEmpty());
+    EXPECT_FALSE(copied(folder + "/a", {folder + "/bb"}));
+    EXPECT_EQ(systemLogged().back(), unopened(folder + "/bb"));
+    EXPECT_FALSE(copied(folder + "/aa", {path("c")}));
+    EXPECT_EQ(systemLogged().back(),
+              "Error: File " + folder + "/aa doesn't exist. Aborting copy process...");
+}
+
 TEST_F(FWFileManagerCopyTest, ADanglingLinkAsDestinationIsWrittenThrough) {
     fs::create_symlink(path("target"), path("link"));
     EXPECT_TRUE(copied(made("a", "text"), {path("link")}));
@@ -222,8 +255,9 @@ TEST_F(FWFileManagerCopyTest, TheKeyValueViewOfACopyWithoutAnythingHasThreeKeys)
 
 TEST_F(FWFileManagerCopyTest, AMissingSourceIsRefused) {
     fs::create_symlink(path("nowhere"), path("dangling"));
-    for (const std::string& source :
-         {path("missing"), path("dangling"), std::string(), path("x") + std::string("\0y", 2)}) {
+    fs::create_symlink(path("loop"), path("loop"));
+    for (const std::string& source : {path("missing"), path("dangling"), path("loop"),
+                                      std::string(), path("x") + std::string("\0y", 2)}) {
         EXPECT_FALSE(copied(source, {path("b")}));
         EXPECT_EQ(systemLogged().back(),
                   "Error: File " + source + " doesn't exist. Aborting copy process...");
@@ -293,6 +327,19 @@ TEST_F(FWFileManagerCopyTest, ADestinationThatCannotBeOpenedEndsTheCopyAndNothin
     }
 }
 
+TEST_F(FWFileManagerCopyTest, ADestinationThatCannotBeEmptiedEndsTheCopy) {
+    const FileDescriptor sealed(::memfd_create("sealed", MFD_ALLOW_SEALING | MFD_CLOEXEC));
+    ASSERT_EQ(::write(sealed.get(), "kept", 4), 4);
+    ASSERT_EQ(::fcntl(sealed.get(), F_ADD_SEALS, F_SEAL_SHRINK), 0);
+    const std::string name = "/proc/self/fd/" + std::to_string(sealed.get());
+    made("b", "kept");
+    EXPECT_FALSE(copied(made("a", "text"), {name, path("b")}));
+    EXPECT_THAT(systemLogged(), ElementsAre(unopened(name)));
+    EXPECT_EQ(readText(name), "kept");
+    EXPECT_EQ(contents("b"), "kept");
+    EXPECT_EQ(contents("a"), "text");
+}
+
 TEST_F(FWFileManagerCopyTest, ASourceIsNeverItsOwnDestination) {
     made("a", "text");
     made("b", "kept");
@@ -305,6 +352,22 @@ TEST_F(FWFileManagerCopyTest, ASourceIsNeverItsOwnDestination) {
         EXPECT_EQ(contents("b"), "kept");
         EXPECT_FALSE(exists("new"));
     }
+}
+
+TEST_F(FWFileManagerCopyTest, NoFolderIsMadeForACopyOntoItsSource) {
+    made("a", "text");
+    EXPECT_FALSE(copied(path("a"), {path("new/dir/b"), path("a")}));
+    EXPECT_THAT(systemLogged(), ElementsAre(unopened(path("a"))));
+    EXPECT_FALSE(exists("new"));
+    EXPECT_EQ(contents("a"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, ASourceIsNotReachedThroughFoldersThatAreMadeForIt) {
+    made("a", "text");
+    EXPECT_FALSE(copied(path("a"), {path("b"), path("new/c"), path("new/../a")}));
+    EXPECT_THAT(systemLogged(), ElementsAre(unopened(path("new/../a"))));
+    EXPECT_FALSE(exists("b"));
+    EXPECT_EQ(contents("a"), "text");
 }
 
 TEST_F(FWFileManagerCopyTest, WithoutMemoryForEitherBufferItSaysSo) {
@@ -380,14 +443,11 @@ TEST_F(FWFileManagerCopyTest, ASourceThatGrowsIsCopiedToItsNewEnd) {
 
 TEST_F(FWFileManagerCopyTest, AShortWriteIsToldAndTheCopyGoesOn) {
     made("a", someBytes(2 * kChunk));
-    rlimit before{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{kChunk + 100, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &small);
-    const bool isDone = copied(path("a"), {path("b")}, FileVerification::kSha1, noting());
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
+    bool isDone = false;
+    {
+        const SmallFiles small(kChunk + 100);
+        isDone = copied(path("a"), {path("b")}, FileVerification::kSha1, noting());
+    }
     EXPECT_TRUE(isDone);
     EXPECT_THAT(systemLogged(), ElementsAre("Error writing file " + path("b") + ": 1"));
     EXPECT_THAT(told->calls,
@@ -416,6 +476,64 @@ TEST_F(FWFileManagerCopyTest, AByteThatChangesBetweenWriteAndReadBackIsFound) {
                 ElementsAre("written 65543", "failed b " + wrong, "failed c " + wrong, "finished"));
 }
 
+TEST_F(FWFileManagerCopyTest, AReadBackThatFailsIsAMismatchAndLosesNothing) {
+    const std::string bytes = someBytes(4 * kChunk);
+    made("a", bytes);
+    for (const std::size_t readBefore : {std::size_t{0}, std::size_t{100}}) {
+        told->calls.clear();
+        int reads = 0;
+        setFileCalls({.read = [&](int descriptor, void* into, std::size_t count) -> ssize_t {
+                          const int number = isForWriting(descriptor) ? ++reads : 0;
+                          if (number == 2 && readBefore > 0) {
+                              return ::read(descriptor, into, readBefore);
+                          }
+                          if (number == (readBefore > 0 ? 3 : 2)) {
+                              errno = EIO;
+                              return -1;
+                          }
+                          return ::read(descriptor, into, count);
+                      },
+                      .write = {},
+                      .seek = {}});
+        EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kSha1, noting()));
+        setFileCalls({});
+        EXPECT_EQ(contents("b"), bytes);
+        const std::string readBack =
+            bytes.substr(0, kChunk + readBefore) + bytes.substr(2 * kChunk);
+        EXPECT_THAT(told->calls,
+                    ElementsAre("written 262144",
+                                "failed b " + FWFileManager::sha1HashForFile(made("c", readBack)),
+                                "finished"));
+        EXPECT_THAT(systemLogged(), IsEmpty());
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, AnEndThatIsNotFoundAgainAfterAReadBackIsTold) {
+    int reads = 0;
+    int positionings = 0;
+    setFileCalls({.read = [&](int descriptor, void* into, std::size_t count) -> ssize_t {
+                      if (isForWriting(descriptor) && ++reads == 1) {
+                          errno = EIO;
+                          return -1;
+                      }
+                      return ::read(descriptor, into, count);
+                  },
+                  .write = {},
+                  .seek = [&](int descriptor, off_t offset, int whence) -> off_t {
+                      if (whence == SEEK_SET && ++positionings == 2) {
+                          errno = EBADF;
+                          return -1;
+                      }
+                      return ::lseek(descriptor, offset, whence);
+                  }});
+    made("a", someBytes(kChunk));
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kMd5, noting()));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: unable to seek within file " + path("b"), "cur pos: 65536",
+                            "read size: 65536", "errno: 9", "err: 1"));
+    EXPECT_THAT(told->calls, Contains("failed b d41d8cd98f00b204e9800998ecf8427e"));
+}
+
 /// Flips a bit of what is read back of each destination, at places of its own.
 class Corruption {
 public:
@@ -434,9 +552,6 @@ public:
             }
         }
         return read;
-    }
-    static bool isForWriting(int descriptor) {
-        return (::fcntl(descriptor, F_GETFL) & O_ACCMODE) != O_RDONLY;
     }
 
 private:
@@ -540,18 +655,7 @@ TEST_F(FWFileManagerCopyTest, ACancelledCopyIsCompleteButFailsWithoutAnotherCall
     for (const std::optional<bool> answer : {std::optional(false), std::optional<bool>()}) {
         const std::uint64_t size = kTwentyMebibytes + 1;
         const auto before = fileAttributes(made("b", "")).creationDate;
-        bool isWaiting = true;
-        std::uint64_t total = 0;
-        setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
-                          if (total == kTwentyMebibytes && std::exchange(isWaiting, false)) {
-                              finishBackground(); // The answer is there.
-                          }
-                          const ssize_t read = ::read(descriptor, bytes, count);
-                          total += static_cast<std::uint64_t>(read);
-                          return read;
-                      },
-                      .write = {},
-                      .seek = {}});
+        waitForFirstAnswer();
         EXPECT_FALSE(
             copied(madeSparse("a", size), {path("b")}, FileVerification::kNone, noting(answer)));
         setFileCalls({});
@@ -560,6 +664,51 @@ TEST_F(FWFileManagerCopyTest, ACancelledCopyIsCompleteButFailsWithoutAnotherCall
         EXPECT_EQ(fileAttributes(path("b")).creationDate, before);
         EXPECT_THAT(systemLogged(), IsEmpty());
     }
+}
+
+TEST_F(FWFileManagerCopyTest, ACancelledCopyIsNotVerified) {
+    for (const bool answer : {true, false}) {
+        waitForFirstAnswer();
+        FileCalls calls = setFileCalls({});
+        calls.write = [](int descriptor, const void* bytes, std::size_t count) -> ssize_t {
+            std::string damaged(static_cast<const char*>(bytes), count);
+            damaged.front() ^= 1;
+            return ::write(descriptor, damaged.data(), count);
+        };
+        setFileCalls(calls);
+        EXPECT_EQ(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")},
+                         FileVerification::kSha1, noting(answer)),
+                  answer);
+        const auto isFailure = testing::StartsWith("failed b ");
+        if (answer) {
+            EXPECT_THAT(told->calls, Contains(isFailure)) << "there is something to be told";
+        } else {
+            EXPECT_THAT(told->calls, IsEmpty());
+        }
+        told->calls.clear();
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, ReportsALargeFileFiveHundredTimesAtMost) {
+    // 1/500 of 20 GiB is 42,949,672 bytes; the source ends before it is reached again.
+    const std::uint64_t size = 1024 * kTwentyMebibytes;
+    const std::uint64_t firstChunkEndAfter = 656 * kChunk;
+    const std::uint64_t end = 3 * kTwentyMebibytes;
+    std::uint64_t total = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      const ssize_t read = total < end ? ::read(descriptor, bytes, count) : 0;
+                      total += static_cast<std::uint64_t>(read);
+                      return read;
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_FALSE(copied(madeSparse("a", size), {path("b")}, FileVerification::kNone, noting()));
+    finishBackground();
+    EXPECT_THAT(told->background, ElementsAre(firstChunkEndAfter));
+    EXPECT_EQ(told->asked, 1);
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Error: copied file size does not match original source " + path("a")));
+    EXPECT_THAT(told->calls, IsEmpty());
 }
 
 TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsDoesNotStopTheCopy) {
@@ -574,6 +723,51 @@ TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsDoesNotStopTheCopy) {
     EXPECT_EQ(contents("b"), "text");
     EXPECT_THAT(systemLogged(),
                 ElementsAre("Exception in a delegate: written", "Exception in a delegate: int"));
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsAtAMismatchIsToldTheNextOne) {
+    setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      return isForWriting(descriptor) ? 0 : ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    std::optional<FileCopyDelegate> delegate = noting();
+    delegate->fileCopyVerificationFailed = [](const FileCopySettings&, const std::string& file) {
+        throw std::runtime_error(fs::path(file).filename().string());
+    };
+    EXPECT_TRUE(
+        copied(made("a", "text"), {path("b"), path("c")}, FileVerification::kMd5, delegate));
+    EXPECT_THAT(systemLogged(),
+                ElementsAre("Exception in a delegate: b", "Exception in a delegate: c"));
+    EXPECT_THAT(told->calls, ElementsAre("written 4", "finished"));
+    EXPECT_EQ(told->last->destChecksums->size(), 2U);
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsInsteadOfAnAnswerCancels) {
+    std::optional<FileCopyDelegate> delegate = noting();
+    delegate->fileCopyShouldContinue = [](const FileCopySettings&) -> std::optional<bool> {
+        throw std::runtime_error("no answer");
+    };
+    waitForFirstAnswer();
+    EXPECT_FALSE(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")}, FileVerification::kNone,
+                        delegate));
+    EXPECT_EQ(fs::file_size(path("b")), kTwentyMebibytes + 1);
+    EXPECT_THAT(systemLogged(), ElementsAre("Exception in a delegate: no answer"));
+    EXPECT_THAT(told->calls, IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsAtAReportIsStillAsked) {
+    std::optional<FileCopyDelegate> delegate = noting();
+    delegate->fileCopyBytesWritten = [](std::uint64_t bytes, const FileCopySettings&) {
+        throw std::runtime_error(std::to_string(bytes));
+    };
+    waitForFirstAnswer();
+    EXPECT_TRUE(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")}, FileVerification::kNone,
+                       delegate));
+    EXPECT_EQ(told->asked, 1);
+    EXPECT_THAT(systemLogged(), ElementsAre("Exception in a delegate: 20971520",
+                                            "Exception in a delegate: 20971521"));
+    EXPECT_THAT(told->calls, ElementsAre("finished"));
 }
 
 TEST_F(FWFileManagerCopyTest, ADelegateThatImplementsNothingIsNotCalled) {

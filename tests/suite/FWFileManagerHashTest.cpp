@@ -117,6 +117,15 @@ TEST_F(FWFileManagerHashTest, HashesFilesOfOddNames) {
     }
 }
 
+TEST_F(FWFileManagerHashTest, PathsMayHave4095Bytes) {
+    const std::string folder = longFolder(4093);
+    writeText(folder + "/a", "abc");
+    EXPECT_EQ(FWFileManager::md5HashForFile(folder + "/a"), kMd5OfAbc);
+    EXPECT_THAT(systemLogged(), IsEmpty());
+    EXPECT_EQ(FWFileManager::md5HashForFile(folder + "/aa"), "");
+    EXPECT_THAT(systemLogged(), ElementsAre(openMessage(folder + "/aa")));
+}
+
 TEST_F(FWFileManagerHashTest, FollowsLinks) {
     made("a", "abc");
     fs::create_symlink(path("a"), path("link"));

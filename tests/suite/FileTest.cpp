@@ -26,4 +26,15 @@ std::string someBytes(std::size_t count) {
     return bytes;
 }
 
+std::string FileTest::longFolder(std::size_t length) const {
+    std::string folder = path("d");
+    while (folder.size() + 201 < length) {
+        folder.append("/").append(199, 'd');
+    }
+    const std::size_t left = length - folder.size();
+    folder.append("/").append(left - 1, 'd');
+    std::filesystem::create_directories(folder);
+    return folder;
+}
+
 } // namespace fw::test

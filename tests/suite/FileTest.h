@@ -8,11 +8,13 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
+#include <sys/resource.h>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -36,6 +38,26 @@ void finishBackground();
 
 /// So many bytes, no two chunks alike.
 std::string someBytes(std::size_t count);
+
+/// No file grows beyond so many bytes while this lives, as on a full disk.
+class SmallFiles {
+public:
+    explicit SmallFiles(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit small{size, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~SmallFiles() {
+        ::setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+    SmallFiles(const SmallFiles&) = delete;
+    SmallFiles& operator=(const SmallFiles&) = delete;
+
+private:
+    rlimit before_{};
+    void (*handler_)(int);
+};
 
 /// A test of file operations in a folder of its own, in a process whose log lies in a home of its
 /// own.
@@ -63,6 +85,8 @@ protected:
         std::filesystem::resize_file(path(name), size);
         return path(name);
     }
+    /// A new folder whose path has so many bytes.
+    std::string longFolder(std::size_t length) const;
     std::string contents(const std::string& name) const { return readText(path(name)); }
     bool exists(const std::string& name) const {
         return std::filesystem::exists(std::filesystem::symlink_status(path(name)));

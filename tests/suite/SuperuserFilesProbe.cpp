@@ -1,10 +1,10 @@
 // The file operations as the superuser, on a copy of the machine: locks, mounts and full disks.
 #include "platform/files/FileFacts.h"
 #include "tests/suite/FileOperationTest.h"
+#include "tests/suite/MemoryDisk.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>
-#include <sys/mount.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
@@ -16,21 +16,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
-
-/// A file system in memory while this lives.
-class MemoryDisk {
-public:
-    MemoryDisk(std::string path, const std::string& size) : path_(std::move(path)) {
-        fs::create_directories(path_);
-        EXPECT_EQ(::mount("tmpfs", path_.c_str(), "tmpfs", 0, ("size=" + size).c_str()), 0);
-    }
-    ~MemoryDisk() { ::umount2(path_.c_str(), MNT_DETACH); }
-    MemoryDisk(const MemoryDisk&) = delete;
-    MemoryDisk& operator=(const MemoryDisk&) = delete;
-
-private:
-    std::string path_;
-};
 
 class SuperuserFilesProbe : public FileOperationTest {
 protected:

@@ -1,4 +1,4 @@
-#include "tests/support/OwnRoot.h"
+#include "tests/support/OwnRootTest.h"
 
 #include <gtest/gtest.h>
 
@@ -12,23 +12,15 @@ constexpr const char* kSmallDisk = "mkdir /tmp/small /tmp/in\n"
                                    "mount -t tmpfs -o size=256k tmpfs /tmp/small\n"
                                    "head -c 1000000 /dev/urandom > /tmp/in/a\n";
 
-class FullDiskTest : public testing::Test {
+class FullDiskTest : public OwnRootTest {
 protected:
-    void SetUp() override {
-        if (const std::string obstacle = root_.obstacle(); !obstacle.empty()) {
-            GTEST_SKIP() << obstacle;
-        }
-    }
     /// What a script prints that leaves its status in $STATUS, and the names on the small disk.
     std::string printed(const std::string& script) const {
-        const OwnRoot::Outcome outcome = root_.run(
+        const OwnRoot::Outcome outcome = root.run(
             kSmallDisk + script + "echo \"status $STATUS\"\nls -A /tmp/small\n", {FW_TOOL_DITTO});
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         return outcome.output;
     }
-
-private:
-    OwnRoot root_;
 };
 
 TEST_F(FullDiskTest, AnArchiveThatDoesNotFitIsNotThere) {

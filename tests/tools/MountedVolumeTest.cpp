@@ -1,5 +1,5 @@
 #include "platform/plist/PropertyListFile.h"
-#include "tests/support/OwnRoot.h"
+#include "tests/support/OwnRootTest.h"
 
 #include <gtest/gtest.h>
 
@@ -8,31 +8,23 @@ namespace {
 
 using namespace test;
 
-class MountedVolumeTest : public testing::Test {
+class MountedVolumeTest : public OwnRootTest {
 protected:
-    void SetUp() override {
-        if (const std::string obstacle = root_.obstacle(); !obstacle.empty()) {
-            GTEST_SKIP() << obstacle;
-        }
-    }
     /// The facts of a volume of 1 MiB that is mounted at $P with the options.
     PropertyListDictionary factsOfVolume(const std::string& mountPoint,
                                          const std::string& options) const {
-        const OwnRoot::Outcome outcome = root_.run("P=$(printf '" + mountPoint + "')\n" +
-                                                       "mkdir -p \"$P\"\n"
-                                                       "mount -t tmpfs -o size=1m" +
-                                                       options +
-                                                       " tmpfs \"$P\"\n"
-                                                       "$PROGRAMS/diskutil info -plist \"$P/\"\n",
-                                                   {FW_TOOL_DISKUTIL});
+        const OwnRoot::Outcome outcome = root.run("P=$(printf '" + mountPoint + "')\n" +
+                                                      "mkdir -p \"$P\"\n"
+                                                      "mount -t tmpfs -o size=1m" +
+                                                      options +
+                                                      " tmpfs \"$P\"\n"
+                                                      "$PROGRAMS/diskutil info -plist \"$P/\"\n",
+                                                  {FW_TOOL_DISKUTIL});
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         auto list = propertyListFromBytes(outcome.output);
         EXPECT_TRUE(list) << outcome.output;
         return list ? list.value() : PropertyListDictionary();
     }
-
-private:
-    OwnRoot root_;
 };
 
 TEST_F(MountedVolumeTest, IsToldOfByItsMountPoint) {

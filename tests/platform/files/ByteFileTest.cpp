@@ -1,13 +1,17 @@
 #include "platform/files/ByteFile.h"
 
+#include "platform/FileDescriptor.h"
 #include "tests/support/FileText.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -94,6 +98,19 @@ TEST_F(ByteFileTest, OpensRegularFilesOnly) {
     }
     EXPECT_EQ(ByteFile::openForReading(path("folder")).error().code, EISDIR);
     EXPECT_EQ(ByteFile::openForUpdating(path("folder")).error().code, EISDIR);
+}
+
+TEST_F(ByteFileTest, WhatIsNoRegularFileIsNotEvenOpened) {
+    ASSERT_EQ(::mkfifo(path("fifo").c_str(), 0600), 0);
+    const FileDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+    ASSERT_GE(::inotify_add_watch(watch.get(), path("fifo").c_str(), IN_OPEN), 0);
+    EXPECT_EQ(ByteFile::openForReading(path("fifo")).error().code, EINVAL);
+    EXPECT_EQ(ByteFile::openForUpdating(path("fifo")).error().code, EINVAL);
+    std::array<char, 4096> events;
+    EXPECT_EQ(::read(watch.get(), events.data(), events.size()), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    const FileDescriptor opened(::open(path("fifo").c_str(), O_RDWR | O_CLOEXEC));
+    EXPECT_GT(::read(watch.get(), events.data(), events.size()), 0) << "openings are seen";
 }
 
 TEST_F(ByteFileTest, SaysWhyAFileCannotBeOpened) {
