@@ -35,6 +35,7 @@ public:
     /// Starts a tool as the superuser, with standard error dropped and nothing to read, and returns
     /// as soon as the rights were looked at: it runs on by itself. The error of a tool that was not
     /// started has domain "POSIX" and an errno: EACCES where the right is missing or has expired.
+    /// With another administrator's right one that cannot be executed counts as started.
     virtual Result<std::unique_ptr<ToolStream>>
     run(const std::string& tool, const std::vector<std::string>& arguments, ToolOutput output) = 0;
     /// Gives the right back. Tools that were started run on.

@@ -98,13 +98,12 @@ Result<std::unique_ptr<ToolStream>> streamOf(Result<Call> call) {
     return std::unique_ptr<ToolStream>(std::make_unique<PipeStream>(std::move(call).value()));
 }
 
-/// "-b": sudo looks at the rights, starts the tool and ends, while the tool runs on.
-Arguments toolArguments(Arguments options, const std::string& tool, const Arguments& arguments) {
-    options.insert(options.end(), {"-b", "--"});
+/// What comes before, the tool and its arguments.
+Arguments commandOf(Arguments before, const std::string& tool, const Arguments& arguments) {
     // A name alone is a file in the current folder, not one to be searched for.
-    options.push_back(tool.find('/') == std::string::npos ? std::string("./").append(tool) : tool);
-    options.insert(options.end(), arguments.begin(), arguments.end());
-    return options;
+    before.push_back(tool.find('/') == std::string::npos ? std::string("./").append(tool) : tool);
+    before.insert(before.end(), arguments.begin(), arguments.end());
+    return before;
 }
 
 /// su asks for the password of the administrator, and in their name sudo asks once more: "-k" keeps
@@ -155,7 +154,8 @@ void endTicket() {
 
 Result<std::unique_ptr<ToolStream>> run(const std::string& tool, const Arguments& arguments,
                                         ToolOutput output) {
-    ChildProcessOptions call = sudoCall(toolArguments({"-n"}, tool, arguments));
+    // "-b": sudo looks at the rights, starts the tool and ends, while the tool runs on.
+    ChildProcessOptions call = sudoCall(commandOf({"-n", "-b", "--"}, tool, arguments));
     call.standardOutput = streamFor(output);
     return streamOf(granted(call));
 }
@@ -167,7 +167,10 @@ bool mayRunAnything(const std::string& administrator, const SecretText& password
 Result<std::unique_ptr<ToolStream>> run(const std::string& administrator,
                                         const SecretText& password, const std::string& tool,
                                         const Arguments& arguments, ToolOutput output) {
-    ChildProcessOptions call = callAs(administrator, toolArguments({}, tool, arguments));
+    // A tool has the standard input of its sudo, with the second line in it still where sudo asks
+    // this administrator for none. A shell takes it away.
+    const Arguments withoutInput = {"-b", "--", kAnything, "-c", "exec \"$@\" </dev/null", "sh"};
+    ChildProcessOptions call = callAs(administrator, commandOf(withoutInput, tool, arguments));
     call.standardOutput = streamFor(output);
     return streamOf(granted(std::move(call), password, 2));
 }

@@ -35,6 +35,7 @@ run(const std::string& tool, const std::vector<std::string>& arguments, ToolOutp
 // Another administrator, who has no ticket: the password is needed for each call
 
 bool mayRunAnything(const std::string& administrator, const SecretText& password);
+/// The same; that the tool cannot be executed is not seen.
 Result<std::unique_ptr<ToolStream>> run(const std::string& administrator,
                                         const SecretText& password, const std::string& tool,
                                         const std::vector<std::string>& arguments,

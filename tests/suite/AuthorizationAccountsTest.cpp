@@ -20,10 +20,11 @@ using testing::StartsWith;
 /// user without a terminal, `terminal USER PASSWORD COMMAND...` a shell command on one.
 constexpr const char* kAccounts = R"(
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
-for user in anna berta plain limited; do useradd --create-home --shell /bin/sh $user; done
+for user in anna berta plain limited free; do useradd --create-home --shell /bin/sh $user; done
 for user in anna berta; do gpasswd --add $user sudo >/dev/null; done
 echo 'limited ALL=(root) /bin/ls' >/etc/sudoers.d/limited
-printf '%s\n' anna:annas berta:bertas plain:plains limited:limiteds | chpasswd
+echo 'free ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/free
+printf '%s\n' anna:annas berta:bertas plain:plains limited:limiteds free:frees root:roots | chpasswd
 mkdir /data
 as() {
     user=$1
@@ -238,6 +239,18 @@ TEST_F(AuthorizationAccounts, AToolIsWaitedForAndItsOutputIsRead) {
                  "    exists=/data/done\n"
                  "cat /data/done\n"),
         "with 1\nrun 0\nexists 1\n0 0\n");
+}
+
+TEST_F(AuthorizationAccounts, AToolFindsNoPasswordAtItsStandardInput) {
+    // sudo asks neither root nor "free", and leaves what was meant for it to be read by the tool.
+    EXPECT_EQ(outputOf("for pair in anna:annas root:roots free:frees; do\n"
+                       "    probe plain with=$pair run='cat >/data/read; echo end >>/data/read'\n"
+                       "    cat /data/read\n"
+                       "done\n"
+                       "probe free with=free:frees run='cat >/data/read; echo end >>/data/read'\n"
+                       "cat /data/read\n"),
+              "with 1\nrun 0\nend\nwith 1\nrun 0\nend\nwith 1\nrun 0\nend\n"
+              "with 1\nrun 0\nend\n");
 }
 
 TEST_F(AuthorizationAccounts, AToolThatWasStartedRunsOnWhenTheRightEnds) {

@@ -291,6 +291,15 @@ TEST_F(Elevation, TheStreamIsTheToolsOutputAndEndsWithIt) {
     EXPECT_TRUE(std::ifstream(sudo_.file("done")).is_open());
 }
 
+TEST_F(Elevation, AToolHasNothingToRead) {
+    EXPECT_EQ(outputOfRun(granted(), "cat; echo end"), "end\n");
+    const auto administrators = created(createAuthorization(otherName(), "right"));
+    EXPECT_TRUE(administrators->requestAdministratorRight());
+    EXPECT_EQ(outputOfRun(administrators, "cat; echo end"), "end\n");
+    sudo_.askNobody(); // The second line is left over.
+    EXPECT_EQ(outputOfRun(administrators, "cat; echo end"), "end\n");
+}
+
 TEST_F(Elevation, ADroppedOutputHoldsNobodyUp) {
     const auto authorization = granted();
     ::mkfifo(sudo_.file("go").c_str(), 0600);

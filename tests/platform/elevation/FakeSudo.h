@@ -27,6 +27,8 @@ public:
     void takeTicket() const;
     /// The ticket gives no right to run everything.
     void withholdRight() const;
+    /// sudo needs no password from now on, and reads none.
+    void askNobody() const;
     /// Who is asked gives the password.
     void answerPrompts() const;
     /// There is no such program from now on.
