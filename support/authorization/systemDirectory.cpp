@@ -95,6 +95,9 @@ bool isRefusedDirectory(const std::string& path, LinkAtEnd linkAtEnd) {
     if (path.empty()) {
         return false;
     }
+    if (path.back() == '/') {
+        linkAtEnd = LinkAtEnd::kFollowed; // As every tool does then.
+    }
     return isSystemDirectory(withoutTrailingSlashes(path)) || isSystemDirectory(plainPath(path)) ||
            isSystemDirectory(realPath(path, linkAtEnd)) ||
            isTopFolderByAnotherName(path, linkAtEnd);

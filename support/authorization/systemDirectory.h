@@ -5,6 +5,7 @@
 namespace fw {
 
 /// Whether an operation takes a link at the end of its path as what it is, or as what it leads to.
+/// With a slash behind it, it is followed always.
 enum class LinkAtEnd : bool { kTaken, kFollowed };
 
 /// Whether privileged operations must keep away from a path: a system directory (FWLocalPaths,

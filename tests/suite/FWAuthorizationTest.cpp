@@ -308,6 +308,20 @@ TEST_F(FWAuthorizationRefusals, OfTheContentsOfALinkToASystemDirectoryButNotOfTh
                                     call("/bin/mv", {"-f", path("link"), path("moved")})));
 }
 
+TEST_F(FWAuthorizationRefusals, OfALinkToASystemDirectoryWithASlashBehindIt) {
+    for (const char* name : {"Documents", "Library", "Desktop"}) {
+        fs::create_directories(home() + "/" + name);
+        fs::create_directory_symlink(home() + "/" + name, path(name));
+        for (const char* end : {"/", "//", "/."}) {
+            for (const Operation& operation : operations()) {
+                expectRefusal(operation, path(name) + end);
+            }
+        }
+        EXPECT_TRUE(authorization_.authRemoveFile(path(name))) << "the link itself";
+        elevation_.runs.clear();
+    }
+}
+
 TEST_F(FWAuthorizationRefusals, OfOtherNamesOfTopFolders) {
     if (!fs::equivalent("/bin", "/usr/bin")) {
         GTEST_SKIP() << "Here /bin is no other name of /usr/bin.";
