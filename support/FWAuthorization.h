@@ -28,7 +28,9 @@ enum class Async : bool { kNo, kYes };
 /// What removes, trashes or moves refuses system directories: those of FWLocalPaths (the exact
 /// ones), and "/boot", "/dev", "/etc", "/home", "/lib...", "/opt", "/proc", "/root", "/run",
 /// "/srv", "/sys", by whatever way a path leads there: slashes at its end, "." and "..", links in
-/// the middle, another name of the same folder.
+/// the middle, another name of the same folder. Below "/proc" everything is refused. This keeps
+/// mistakes away, and not malice: links in a folder that this process may not look into are not
+/// seen, and a path may lead elsewhere by the time the tool follows it.
 ///
 /// Creation and lookup are safe from any thread; one thread at a time uses the operations.
 class FWAuthorization {
