@@ -51,7 +51,10 @@ using AuthorizationRef = std::shared_ptr<Authorization>;
 ///
 /// A process that has the right marks the environment of the children that it starts
 /// (FERNWICK_AUTHORIZED). Only who finds the mark looks whether the right is there; the mark alone
-/// gives none.
+/// gives none. Who finds it ends no right of this process's user either, not even one that it has
+/// asked for itself, because that could be the parent's: such a right expires by itself.
+///
+/// Parent and child must have one terminal: without it nothing is handed down.
 AuthorizationRef adoptedAuthorization();
 
 /// An authorization that asks the user: on the terminal or, without one and in the background, by

@@ -9,8 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
-#include <optional>
 #include <utility>
 
 namespace fw::sudo {
@@ -20,8 +18,6 @@ constexpr const char* kSudo = "/usr/bin/sudo";
 constexpr const char* kSu = "/bin/su";
 /// Who may run a shell may run anything.
 constexpr const char* kAnything = "/bin/sh";
-/// Far more than a machine needs that asks nobody; a refusal takes seconds.
-constexpr std::chrono::minutes kLimit{1};
 
 using Arguments = std::vector<std::string>;
 
@@ -47,19 +43,15 @@ ChildStream streamFor(ToolOutput output) {
 
 using Call = std::unique_ptr<ChildProcess>;
 
-/// A call that has ended well.
-Result<Call> granted(const ChildProcessOptions& options,
-                     std::optional<std::chrono::milliseconds> limit = kLimit) {
+/// A call that has ended well. It takes as long as it takes: one that was given up could still
+/// start its tool or get its ticket later.
+Result<Call> granted(const ChildProcessOptions& options) {
     auto started = ChildProcess::start(options);
     if (!started) {
         return started.error();
     }
     Call call = std::move(started).value();
-    const std::optional<ChildEnd> end = limit ? call->wait(*limit) : call->wait();
-    if (!end) {
-        return posixError(ETIMEDOUT);
-    }
-    if (*end != ChildEnd(ExitedWithStatus{0})) {
+    if (call->wait() != ChildEnd(ExitedWithStatus{0})) {
         return posixError(EACCES);
     }
     return call;
@@ -131,13 +123,16 @@ bool ask() {
     ChildProcessOptions call =
         sudoCall(mayAskOnTerminal() ? Arguments{"-v"} : Arguments{"-A", "-v"});
     call.standardError = ChildStream::kInherit; // Where sudo tells what it misses.
-    return static_cast<bool>(granted(call, std::nullopt));
+    return isGranted(call);
 }
 
 bool authenticate(const SecretText& password) {
-    // Both at once, sudo takes the password and keeps no ticket.
-    endTicket();
-    return static_cast<bool>(granted(sudoCall({"-S", "-p", "", "-v"}), password, 1));
+    const auto accepts = [&](const Arguments& arguments) {
+        return static_cast<bool>(granted(sudoCall(arguments), password, 1));
+    };
+    // "-k" keeps a ticket that is there from counting, and a new one from being kept.
+    return accepts({"-S", "-k", "-p", "", "-v"}) &&
+           (hasTicket() || accepts({"-S", "-p", "", "-v"}));
 }
 
 bool hasTicket() {

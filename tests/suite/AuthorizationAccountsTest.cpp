@@ -209,6 +209,25 @@ TEST_F(AuthorizationAccounts, AChildsEndIsNoEndOfTheParentsRight) {
         "with 1\nauthorized 1\nchild 1\nticket 1\n");
 }
 
+TEST_F(AuthorizationAccounts, AChildThatAuthorizesItselfDoesNotEndTheParentsRight) {
+    EXPECT_EQ(
+        outputOf("terminal anna annas '$PROBE with=anna:annas \\\n"
+                 "    \"child=with=anna:annas|end|with=anna:wrong|authorized|start|end\" \\\n"
+                 "    ticket \"child=with=anna:annas|child=end\" \"run=id -u >/data/user\" \\\n"
+                 "    end ticket'\n"
+                 "cat /data/user\n"),
+        "with 1\n"
+        "with 1\nend 1\nwith 0\nauthorized 0\nstart 1\nend 1\nchild 1\n"
+        "ticket 1\n"
+        "with 1\nend 1\nchild 1\nchild 1\n"
+        "run 0\nend 1\nticket 0\n0\n");
+}
+
+TEST_F(AuthorizationAccounts, WithoutATerminalNothingIsHandedDown) {
+    EXPECT_EQ(outputOf("probe anna with=anna:annas 'child=no-gui|ticket|authorized' ticket"),
+              "with 1\nno-gui 1\nticket 0\nauthorized 0\nchild 1\nticket 1\n");
+}
+
 TEST_F(AuthorizationAccounts, OnlyAMarkedChildLooksForATicket) {
     EXPECT_EQ(outputOf("terminal anna annas '$PROBE with=anna:annas \\\n"
                        "    \"unmarked=no-gui|ticket|authorized\" end \\\n"
@@ -257,8 +276,10 @@ TEST_F(AuthorizationAccounts, AToolThatWasStartedRunsOnWhenTheRightEnds) {
     EXPECT_EQ(
         outputOf(
             "probe anna with=anna:annas \\\n"
-            "    async='sleep 0.5; head -c 300000 /dev/zero; echo $? $(id -u) >/data/late' \\\n"
+            "    async='while [ ! -e /data/go ]; do sleep 0.02; done; head -c 300000 /dev/zero;\n"
+            "        echo $? $(id -u) >/data/late' \\\n"
             "    end exists=/data/late ticket\n"
+            ": >/data/go\n"
             "wait_for test -s /data/late\n"
             "cat /data/late\n"),
         "with 1\nasync 0\nend 1\nexists 0\nticket 0\n0 0\n");

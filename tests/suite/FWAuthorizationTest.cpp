@@ -349,8 +349,8 @@ TEST_F(FWAuthorizationRefusals, OfEverythingBelowProcWhoeverLooks) {
 
 TEST_F(FWAuthorizationRefusals, OfSystemDirectoriesBehindAFolderThatIsMissing) {
     fs::create_symlink("/usr", path("usr"));
-    for (const std::string& way : {path("usr/missing/../lib/.."), path("usr/missing/.."),
-                                   std::string("/missing/../etc")}) {
+    for (const std::string& way :
+         {path("usr/missing/../lib/.."), path("usr/missing/.."), std::string("/missing/../etc")}) {
         for (const Operation& operation : operations()) {
             expectRefusal(operation, way);
         }

@@ -8,10 +8,13 @@
 
 namespace fw::test {
 
-/// Scripts in the place of sudo and su while it lives, with one ticket and one password, "right".
+/// Scripts in the place of sudo and su while it lives, with one ticket and one password.
 /// They record how they are called, and run what they are told with no rights at all.
 class FakeSudo {
 public:
+    /// A text that no environment has by chance.
+    static constexpr const char* kPassword = "tHe-riGht-0ne,kEpt";
+
     FakeSudo();
     ~FakeSudo();
     FakeSudo(const FakeSudo&) = delete;
