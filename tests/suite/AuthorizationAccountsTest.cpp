@@ -107,6 +107,19 @@ TEST_F(AuthorizationAccounts, WhoMayRunSomeToolsOnlyIsNoAdministrator) {
               std::string(kRefusal) + "with 0\nauthorized 0\nticket 0\n");
 }
 
+TEST_F(AuthorizationAccounts, ThePasswordOfAUserWhoNeedsNoneIsNotLookedAt) {
+    EXPECT_EQ(outputOf("probe free with=free:wrong run='id -u >/data/user' end\n"
+                       "probe plain with=free:wrong authorized\n"
+                       "cat /data/user\n"),
+              std::string("with 1\nrun 0\nend 1\n") + kRefusal + "with 0\nauthorized 0\n0\n");
+}
+
+TEST_F(AuthorizationAccounts, AKilledProcessLeavesItsRightBehind) {
+    EXPECT_THAT(
+        outputOf("terminal anna annas '$PROBE with=anna:annas kill; $PROBE ticket authorized'\n"),
+        AllOf(StartsWith("with 1\n"), EndsWith("ticket 1\nauthorized 0\n")));
+}
+
 TEST_F(AuthorizationAccounts, AnotherAdministratorsRightLastsUntilTheEnd) {
     EXPECT_EQ(
         outputOf("probe plain no-gui with=anna:annas authorized ticket \\\n"

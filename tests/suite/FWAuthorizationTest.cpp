@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <sys/stat.h>
 
 namespace fw {
@@ -129,11 +130,17 @@ TEST_F(FWAuthorizationStart, ForTheSuperuserIsDoneAlready) {
     EXPECT_THAT(systemLogged(), IsEmpty());
 }
 
-TEST_F(FWAuthorizationStart, TheSuperuserForgetsAnAuthorizationAndEndsNone) {
+TEST_F(FWAuthorizationStart, TheSuperuserLetsGoOfAnAuthorizationWithoutFreeingIt) {
     authorize();
+    const std::weak_ptr<Authorization> authorization = authorization_.authRef();
     const ScopedUser superuser(ScopedUser::kSuperuser);
-    authorization_.authEnd();
-    EXPECT_EQ(authorization_.authRef(), nullptr);
+    {
+        const AuthorizationRef last = authorization_.authRef();
+        authorization_.authEnd();
+        EXPECT_EQ(authorization_.authRef(), nullptr);
+        EXPECT_FALSE(authorization.expired());
+    }
+    EXPECT_TRUE(authorization.expired());
     EXPECT_THAT(elevation_.calls, IsEmpty());
 }
 

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -268,6 +269,20 @@ TEST_F(Elevation, AnAdministratorsPasswordIsGivenTwiceToEachCall) {
     EXPECT_EQ(errorOfRun(authorization), EACCES);
     EXPECT_FALSE(authorization->requestAdministratorRight());
     EXPECT_THAT(sudo_.calls(), IsEmpty()) << "there is no password any more";
+}
+
+TEST_F(Elevation, WithoutAPipeForThePasswordNothingIsAsked) {
+    const auto users = created(createAuthorization(ownName(), kPassword));
+    const auto administrators = created(createAuthorization(otherName(), kPassword));
+    rlimit before = {};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool isGranted =
+        users->requestAdministratorRight() || administrators->requestAdministratorRight();
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_FALSE(isGranted);
+    EXPECT_THAT(sudo_.calls(), IsEmpty());
 }
 
 TEST_F(Elevation, AnAdministratorWithoutTheRightOrThePasswordIsRefused) {
