@@ -28,18 +28,22 @@ enum class Async : bool { kNo, kYes };
 /// What removes, trashes or moves refuses system directories: those of FWLocalPaths (the exact
 /// ones), and "/boot", "/dev", "/etc", "/home", "/lib...", "/opt", "/proc", "/root", "/run",
 /// "/srv", "/sys", by whatever way a path leads there: slashes at its end, "." and "..", links in
-/// the middle, another name of the same folder.
+/// the middle, another name of the same folder. Below "/proc" everything is refused. This keeps
+/// mistakes away, and not malice: links in a folder that this process may not look into are not
+/// seen, and a path may lead elsewhere by the time the tool follows it.
 ///
 /// Creation and lookup are safe from any thread; one thread at a time uses the operations.
 class FWAuthorization {
 public:
     /// The instance, when this call made it; null once there is one. Authorized from the beginning
-    /// when a parent process hands its right down.
+    /// when a parent process on the same terminal hands its right down; without a terminal nothing
+    /// is handed down.
     static FWAuthorization* create();
     static FWAuthorization* createWithoutGUI();
     /// The instance, made at first use, with a GUI unless another is wanted; afterwards the
-    /// argument says nothing. It lives for the rest of the process, whose end ends the
-    /// authorization.
+    /// argument says nothing. It lives for the rest of the process, whose normal end (a return from
+    /// main, std::exit) ends the authorization. A process that is killed leaves its right behind,
+    /// which expires some time later (after 15 minutes, unless the machine says otherwise).
     static FWAuthorization& sharedController();
     static FWAuthorization& sharedController(WithGui withGui);
 
@@ -58,10 +62,12 @@ public:
     /// the answer.
     bool authStart();
     /// Asks nobody. For the superuser always true; without a user name or a password false. A
-    /// right that was there before ends.
+    /// right that was there before ends. The machine decides whether the password counts: that of
+    /// this process's user is not looked at where they may run everything without one.
     bool authStartWithUser(const std::optional<std::string>& user,
                            const std::optional<std::string>& password);
-    /// Ends the authorization; one that a parent handed down is only forgotten.
+    /// Ends the authorization; one that a parent handed down is only forgotten. The superuser
+    /// only lets go of it.
     void authEnd();
     bool isAuthorized() const;
     /// Whether rights are there or can be had by asking.

@@ -11,7 +11,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -48,7 +47,7 @@ std::optional<uid_t> userIdOf(const std::string& name) {
 }
 
 AuthorizationRef parentsAuthorization() {
-    if (std::getenv(kHandedDownMark) == nullptr) {
+    if (!isMarked()) {
         return nullptr;
     }
     auto authorization = std::make_shared<ParentsAuthorization>();

@@ -35,6 +35,7 @@ public:
     /// Starts a tool as the superuser, with standard error dropped and nothing to read, and returns
     /// as soon as the rights were looked at: it runs on by itself. The error of a tool that was not
     /// started has domain "POSIX" and an errno: EACCES where the right is missing or has expired.
+    /// With another administrator's right one that cannot be executed counts as started.
     virtual Result<std::unique_ptr<ToolStream>>
     run(const std::string& tool, const std::vector<std::string>& arguments, ToolOutput output) = 0;
     /// Gives the right back. Tools that were started run on.
@@ -50,7 +51,10 @@ using AuthorizationRef = std::shared_ptr<Authorization>;
 ///
 /// A process that has the right marks the environment of the children that it starts
 /// (FERNWICK_AUTHORIZED). Only who finds the mark looks whether the right is there; the mark alone
-/// gives none.
+/// gives none. Who finds it ends no right of this process's user either, not even one that it has
+/// asked for itself, because that could be the parent's: such a right expires by itself.
+///
+/// Parent and child must have one terminal: without it nothing is handed down.
 AuthorizationRef adoptedAuthorization();
 
 /// An authorization that asks the user: on the terminal or, without one and in the background, by

@@ -5,9 +5,14 @@
 #include "platform/process/ChildEnvironment.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <optional>
 
 namespace fw {
+
+bool isMarked() {
+    return std::getenv(kHandedDownMark) != nullptr;
+}
 
 // Our own
 
@@ -20,7 +25,7 @@ bool TicketAuthorization::requestAdministratorRight() {
     if (isGranted_) {
         setVariableOfChildren(kHandedDownMark, "1");
     } else {
-        sudo::endTicket();
+        endTicket();
     }
     return isGranted_;
 }
@@ -45,6 +50,12 @@ TicketAuthorization::run(const std::string& tool, const std::vector<std::string>
 void TicketAuthorization::end() {
     if (isGranted_) {
         isGranted_ = false;
+        endTicket();
+    }
+}
+
+void TicketAuthorization::endTicket() const {
+    if (!mayBeParents_) {
         setVariableOfChildren(kHandedDownMark, std::nullopt);
         sudo::endTicket();
     }

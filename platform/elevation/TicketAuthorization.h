@@ -10,7 +10,11 @@ namespace fw {
 /// The variable that a process with rights puts into the environment of its children.
 constexpr const char* kHandedDownMark = "FERNWICK_AUTHORIZED";
 
-/// A right that rests on the ticket of this process's user, which ends with it. Children are told.
+/// Whether this process was started by one that has the right.
+bool isMarked();
+
+/// A right that rests on the ticket of this process's user, which ends with it; in a marked process
+/// the ticket may be a parent's, and is never ended. Children are told.
 class TicketAuthorization final : public Authorization {
 public:
     /// Asks the user, and again when the ticket has expired.
@@ -31,10 +35,12 @@ public:
 private:
     bool gotTicket();
     void end();
+    void endTicket() const;
 
     bool asks_;
     SecretText password_;
     bool isGranted_ = false;
+    bool mayBeParents_ = isMarked();
 };
 
 /// A right that rests on the ticket of a parent process, which stays the parent's.

@@ -9,8 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
-#include <optional>
 #include <utility>
 
 namespace fw::sudo {
@@ -20,8 +18,6 @@ constexpr const char* kSudo = "/usr/bin/sudo";
 constexpr const char* kSu = "/bin/su";
 /// Who may run a shell may run anything.
 constexpr const char* kAnything = "/bin/sh";
-/// Far more than a machine needs that asks nobody; a refusal takes seconds.
-constexpr std::chrono::minutes kLimit{1};
 
 using Arguments = std::vector<std::string>;
 
@@ -47,19 +43,15 @@ ChildStream streamFor(ToolOutput output) {
 
 using Call = std::unique_ptr<ChildProcess>;
 
-/// A call that has ended well.
-Result<Call> granted(const ChildProcessOptions& options,
-                     std::optional<std::chrono::milliseconds> limit = kLimit) {
+/// A call that has ended well. It takes as long as it takes: one that was given up could still
+/// start its tool or get its ticket later.
+Result<Call> granted(const ChildProcessOptions& options) {
     auto started = ChildProcess::start(options);
     if (!started) {
         return started.error();
     }
     Call call = std::move(started).value();
-    const std::optional<ChildEnd> end = limit ? call->wait(*limit) : call->wait();
-    if (!end) {
-        return posixError(ETIMEDOUT);
-    }
-    if (*end != ChildEnd(ExitedWithStatus{0})) {
+    if (call->wait() != ChildEnd(ExitedWithStatus{0})) {
         return posixError(EACCES);
     }
     return call;
@@ -98,13 +90,12 @@ Result<std::unique_ptr<ToolStream>> streamOf(Result<Call> call) {
     return std::unique_ptr<ToolStream>(std::make_unique<PipeStream>(std::move(call).value()));
 }
 
-/// "-b": sudo looks at the rights, starts the tool and ends, while the tool runs on.
-Arguments toolArguments(Arguments options, const std::string& tool, const Arguments& arguments) {
-    options.insert(options.end(), {"-b", "--"});
+/// What comes before, the tool and its arguments.
+Arguments commandOf(Arguments before, const std::string& tool, const Arguments& arguments) {
     // A name alone is a file in the current folder, not one to be searched for.
-    options.push_back(tool.find('/') == std::string::npos ? std::string("./").append(tool) : tool);
-    options.insert(options.end(), arguments.begin(), arguments.end());
-    return options;
+    before.push_back(tool.find('/') == std::string::npos ? std::string("./").append(tool) : tool);
+    before.insert(before.end(), arguments.begin(), arguments.end());
+    return before;
 }
 
 /// su asks for the password of the administrator, and in their name sudo asks once more: "-k" keeps
@@ -132,13 +123,16 @@ bool ask() {
     ChildProcessOptions call =
         sudoCall(mayAskOnTerminal() ? Arguments{"-v"} : Arguments{"-A", "-v"});
     call.standardError = ChildStream::kInherit; // Where sudo tells what it misses.
-    return static_cast<bool>(granted(call, std::nullopt));
+    return isGranted(call);
 }
 
 bool authenticate(const SecretText& password) {
-    // Both at once, sudo takes the password and keeps no ticket.
-    endTicket();
-    return static_cast<bool>(granted(sudoCall({"-S", "-p", "", "-v"}), password, 1));
+    const auto accepts = [&](const Arguments& arguments) {
+        return static_cast<bool>(granted(sudoCall(arguments), password, 1));
+    };
+    // "-k" keeps a ticket that is there from counting, and a new one from being kept.
+    return accepts({"-S", "-k", "-p", "", "-v"}) &&
+           (hasTicket() || accepts({"-S", "-p", "", "-v"}));
 }
 
 bool hasTicket() {
@@ -155,7 +149,8 @@ void endTicket() {
 
 Result<std::unique_ptr<ToolStream>> run(const std::string& tool, const Arguments& arguments,
                                         ToolOutput output) {
-    ChildProcessOptions call = sudoCall(toolArguments({"-n"}, tool, arguments));
+    // "-b": sudo looks at the rights, starts the tool and ends, while the tool runs on.
+    ChildProcessOptions call = sudoCall(commandOf({"-n", "-b", "--"}, tool, arguments));
     call.standardOutput = streamFor(output);
     return streamOf(granted(call));
 }
@@ -167,7 +162,10 @@ bool mayRunAnything(const std::string& administrator, const SecretText& password
 Result<std::unique_ptr<ToolStream>> run(const std::string& administrator,
                                         const SecretText& password, const std::string& tool,
                                         const Arguments& arguments, ToolOutput output) {
-    ChildProcessOptions call = callAs(administrator, toolArguments({}, tool, arguments));
+    // A tool has the standard input of its sudo, with the second line in it still where sudo asks
+    // this administrator for none. A shell takes it away.
+    const Arguments withoutInput = {"-b", "--", kAnything, "-c", "exec \"$@\" </dev/null", "sh"};
+    ChildProcessOptions call = callAs(administrator, commandOf(withoutInput, tool, arguments));
     call.standardOutput = streamFor(output);
     return streamOf(granted(std::move(call), password, 2));
 }

@@ -21,7 +21,8 @@ bool isInstalled();
 /// Asks for a password on the terminal or, without one, by the helper program of the desktop;
 /// whether there is a ticket now. Without limit of time.
 bool ask();
-/// Ends the ticket, and gets a new one with the password; whether it is there.
+/// Whether the password is right and, with it, there is a ticket now. One that is there already
+/// does not stand for the password, and stays.
 bool authenticate(const SecretText& password);
 /// Whether there is a ticket, or none is needed. Prolongs it.
 bool hasTicket();
@@ -35,6 +36,7 @@ run(const std::string& tool, const std::vector<std::string>& arguments, ToolOutp
 // Another administrator, who has no ticket: the password is needed for each call
 
 bool mayRunAnything(const std::string& administrator, const SecretText& password);
+/// The same; that the tool cannot be executed is not seen.
 Result<std::unique_ptr<ToolStream>> run(const std::string& administrator,
                                         const SecretText& password, const std::string& tool,
                                         const std::vector<std::string>& arguments,

@@ -37,8 +37,14 @@ bool isTopFolder(std::string_view path) {
            std::find(kTopFolders.begin(), kTopFolders.end(), path) != kTopFolders.end();
 }
 
+/// Links below "/proc" lead anywhere, as to "/" of a process, and only the superuser sees where.
+bool isInProc(std::string_view path) {
+    return path.starts_with("/proc/");
+}
+
 bool isSystemDirectory(const std::string& path) {
-    return isTopFolder(path) || FWLocalPaths::isPathSystemDirectory(path, ExactMatch::kYes);
+    return isTopFolder(path) || isInProc(path) ||
+           FWLocalPaths::isPathSystemDirectory(path, ExactMatch::kYes);
 }
 
 /// From "/" on, without ".", ".." and doubled slashes; as they are written, whatever stands there.
@@ -52,19 +58,37 @@ bool isStep(std::string_view component) {
     return component == "." || component == "..";
 }
 
-/// The path without links, but for the one at the end where that is meant itself. A path that leads
-/// nowhere stays as it is.
+/// The path without links, as far as they can be read; what cannot be looked into, or is missing,
+/// stays as it is written.
+fs::path withoutLinks(fs::path path) {
+    constexpr int kMostLinks = 40; // As many as the system follows.
+    fs::path unseen;
+    for (int links = 0; links < kMostLinks && path.has_relative_path();) {
+        std::error_code failure;
+        const fs::path real = fs::canonical(path, failure);
+        if (!failure) {
+            return real / unseen;
+        }
+        const fs::path target = fs::read_symlink(path, failure);
+        if (failure) {
+            unseen = unseen.empty() ? path.filename() : path.filename() / unseen;
+            path = path.parent_path();
+        } else {
+            path = path.parent_path() / target;
+            ++links;
+        }
+    }
+    return path / unseen;
+}
+
+/// The path without links, but for the one at the end where that is meant itself.
 std::string realPath(const std::string& path, LinkAtEnd linkAtEnd) {
     std::error_code failure;
-    const fs::path whole = withoutTrailingSlashes(path);
-    const fs::path name = whole.filename();
-    if (linkAtEnd == LinkAtEnd::kTaken && !isStep(name.string())) {
-        const fs::path parent = whole.has_parent_path() ? whole.parent_path() : fs::path(".");
-        const fs::path real = fs::canonical(parent, failure) / name;
-        return failure ? path : real.string();
-    }
-    const fs::path real = fs::canonical(whole, failure);
-    return failure ? path : real.string();
+    const fs::path absolute = fs::absolute(withoutTrailingSlashes(path), failure);
+    const fs::path name = absolute.filename();
+    const bool takesLink = linkAtEnd == LinkAtEnd::kTaken && !isStep(name.string());
+    return plainPath(takesLink ? withoutLinks(absolute.parent_path()) / name
+                               : withoutLinks(absolute));
 }
 
 bool isSameFolder(const struct stat& folder, const std::string& path) {
@@ -94,6 +118,9 @@ bool isTopFolderByAnotherName(const std::string& path, LinkAtEnd linkAtEnd) {
 bool isRefusedDirectory(const std::string& path, LinkAtEnd linkAtEnd) {
     if (path.empty()) {
         return false;
+    }
+    if (path.back() == '/') {
+        linkAtEnd = LinkAtEnd::kFollowed; // As every tool does then.
     }
     return isSystemDirectory(withoutTrailingSlashes(path)) || isSystemDirectory(plainPath(path)) ||
            isSystemDirectory(realPath(path, linkAtEnd)) ||

@@ -20,10 +20,11 @@ using testing::StartsWith;
 /// user without a terminal, `terminal USER PASSWORD COMMAND...` a shell command on one.
 constexpr const char* kAccounts = R"(
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
-for user in anna berta plain limited; do useradd --create-home --shell /bin/sh $user; done
+for user in anna berta plain limited free; do useradd --create-home --shell /bin/sh $user; done
 for user in anna berta; do gpasswd --add $user sudo >/dev/null; done
 echo 'limited ALL=(root) /bin/ls' >/etc/sudoers.d/limited
-printf '%s\n' anna:annas berta:bertas plain:plains limited:limiteds | chpasswd
+echo 'free ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/free
+printf '%s\n' anna:annas berta:bertas plain:plains limited:limiteds free:frees root:roots | chpasswd
 mkdir /data
 as() {
     user=$1
@@ -104,6 +105,19 @@ TEST_F(AuthorizationAccounts, WithoutRightsTheRightPasswordIsRefused) {
 TEST_F(AuthorizationAccounts, WhoMayRunSomeToolsOnlyIsNoAdministrator) {
     EXPECT_EQ(outputOf("probe limited with=limited:limiteds authorized ticket"),
               std::string(kRefusal) + "with 0\nauthorized 0\nticket 0\n");
+}
+
+TEST_F(AuthorizationAccounts, ThePasswordOfAUserWhoNeedsNoneIsNotLookedAt) {
+    EXPECT_EQ(outputOf("probe free with=free:wrong run='id -u >/data/user' end\n"
+                       "probe plain with=free:wrong authorized\n"
+                       "cat /data/user\n"),
+              std::string("with 1\nrun 0\nend 1\n") + kRefusal + "with 0\nauthorized 0\n0\n");
+}
+
+TEST_F(AuthorizationAccounts, AKilledProcessLeavesItsRightBehind) {
+    EXPECT_THAT(
+        outputOf("terminal anna annas '$PROBE with=anna:annas kill; $PROBE ticket authorized'\n"),
+        AllOf(StartsWith("with 1\n"), EndsWith("ticket 1\nauthorized 0\n")));
 }
 
 TEST_F(AuthorizationAccounts, AnotherAdministratorsRightLastsUntilTheEnd) {
@@ -208,6 +222,25 @@ TEST_F(AuthorizationAccounts, AChildsEndIsNoEndOfTheParentsRight) {
         "with 1\nauthorized 1\nchild 1\nticket 1\n");
 }
 
+TEST_F(AuthorizationAccounts, AChildThatAuthorizesItselfDoesNotEndTheParentsRight) {
+    EXPECT_EQ(
+        outputOf("terminal anna annas '$PROBE with=anna:annas \\\n"
+                 "    \"child=with=anna:annas|end|with=anna:wrong|authorized|start|end\" \\\n"
+                 "    ticket \"child=with=anna:annas|child=end\" \"run=id -u >/data/user\" \\\n"
+                 "    end ticket'\n"
+                 "cat /data/user\n"),
+        "with 1\n"
+        "with 1\nend 1\nwith 0\nauthorized 0\nstart 1\nend 1\nchild 1\n"
+        "ticket 1\n"
+        "with 1\nend 1\nchild 1\nchild 1\n"
+        "run 0\nend 1\nticket 0\n0\n");
+}
+
+TEST_F(AuthorizationAccounts, WithoutATerminalNothingIsHandedDown) {
+    EXPECT_EQ(outputOf("probe anna with=anna:annas 'child=no-gui|ticket|authorized' ticket"),
+              "with 1\nno-gui 1\nticket 0\nauthorized 0\nchild 1\nticket 1\n");
+}
+
 TEST_F(AuthorizationAccounts, OnlyAMarkedChildLooksForATicket) {
     EXPECT_EQ(outputOf("terminal anna annas '$PROBE with=anna:annas \\\n"
                        "    \"unmarked=no-gui|ticket|authorized\" end \\\n"
@@ -240,12 +273,26 @@ TEST_F(AuthorizationAccounts, AToolIsWaitedForAndItsOutputIsRead) {
         "with 1\nrun 0\nexists 1\n0 0\n");
 }
 
+TEST_F(AuthorizationAccounts, AToolFindsNoPasswordAtItsStandardInput) {
+    // sudo asks neither root nor "free", and leaves what was meant for it to be read by the tool.
+    EXPECT_EQ(outputOf("for pair in anna:annas root:roots free:frees; do\n"
+                       "    probe plain with=$pair run='cat >/data/read; echo end >>/data/read'\n"
+                       "    cat /data/read\n"
+                       "done\n"
+                       "probe free with=free:frees run='cat >/data/read; echo end >>/data/read'\n"
+                       "cat /data/read\n"),
+              "with 1\nrun 0\nend\nwith 1\nrun 0\nend\nwith 1\nrun 0\nend\n"
+              "with 1\nrun 0\nend\n");
+}
+
 TEST_F(AuthorizationAccounts, AToolThatWasStartedRunsOnWhenTheRightEnds) {
     EXPECT_EQ(
         outputOf(
             "probe anna with=anna:annas \\\n"
-            "    async='sleep 0.5; head -c 300000 /dev/zero; echo $? $(id -u) >/data/late' \\\n"
+            "    async='while [ ! -e /data/go ]; do sleep 0.02; done; head -c 300000 /dev/zero;\n"
+            "        echo $? $(id -u) >/data/late' \\\n"
             "    end exists=/data/late ticket\n"
+            ": >/data/go\n"
             "wait_for test -s /data/late\n"
             "cat /data/late\n"),
         "with 1\nasync 0\nend 1\nexists 0\nticket 0\n0 0\n");

@@ -9,6 +9,7 @@
 //   missing              runs a tool that is not there
 //   ticket               whether this process's user has a ticket of sudo
 //   forget               ends that ticket, behind the authorization's back
+//   kill                 ends this process on the spot
 //   child=A|B|...        this program as a child, with these arguments
 //   unmarked=A|B|...     the same without the environment that children inherit
 //   exists=PATH
@@ -18,6 +19,7 @@
 #include "support/FWAuthorization.h"
 #include "support/FWLog.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -104,6 +106,10 @@ const std::map<std::string_view, Instruction>& instructions() {
         {"forget",
          [](const auto&) {
              return FWTaskEx::terminationCodeFromTask("/usr/bin/sudo", {"-k"}) == 0;
+         }},
+        {"kill",
+         [](const auto&) {
+             return ::raise(SIGKILL);
          }},
         {"child",
          [](const auto& arguments) {

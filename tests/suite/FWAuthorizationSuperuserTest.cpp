@@ -16,6 +16,7 @@ namespace {
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::UnorderedElementsAre;
 
 namespace fs = std::filesystem;
@@ -130,6 +131,15 @@ TEST_F(FWAuthorizationSuperuser, RemovesTheDestinationAndNotTheItemWhenItDeletes
     EXPECT_TRUE(authorization_.authTrashFile(item, DeleteOnRootAccount::kYes));
     EXPECT_THAT(recorded(), ElementsAre(call("/bin/rm", {"-Rdf", trash() + "/a.mov"})));
     EXPECT_FALSE(fs::exists(trash())) << "nothing is made for that";
+}
+
+TEST_F(FWAuthorizationSuperuser, RemovesWhatHasNoNameYetWhenTheTrashHoldsTheItemsName) {
+    fs::create_directories(trash());
+    writeText(trash() + "/a.mov", "was here before");
+    EXPECT_TRUE(authorization_.authTrashFile(made("a.mov", "x"), DeleteOnRootAccount::kYes));
+    EXPECT_THAT(recorded(), ElementsAre(MatchesRegex(
+                                "/bin/rm \\[-Rdf\\] \\[.*/\\.Trash/a_[0-9]{14}\\.mov\\]")));
+    fs::remove_all(trash());
 }
 
 TEST_F(FWAuthorizationSuperuser, RemovesTheContentsOfAFolderWhenItDeletes) {

@@ -1,4 +1,5 @@
 #include "tests/suite/AuthorizationTest.h"
+#include "tests/support/WithoutPrivileges.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <sys/stat.h>
 
 namespace fw {
@@ -128,11 +130,17 @@ TEST_F(FWAuthorizationStart, ForTheSuperuserIsDoneAlready) {
     EXPECT_THAT(systemLogged(), IsEmpty());
 }
 
-TEST_F(FWAuthorizationStart, TheSuperuserForgetsAnAuthorizationAndEndsNone) {
+TEST_F(FWAuthorizationStart, TheSuperuserLetsGoOfAnAuthorizationWithoutFreeingIt) {
     authorize();
+    const std::weak_ptr<Authorization> authorization = authorization_.authRef();
     const ScopedUser superuser(ScopedUser::kSuperuser);
-    authorization_.authEnd();
-    EXPECT_EQ(authorization_.authRef(), nullptr);
+    {
+        const AuthorizationRef last = authorization_.authRef();
+        authorization_.authEnd();
+        EXPECT_EQ(authorization_.authRef(), nullptr);
+        EXPECT_FALSE(authorization.expired());
+    }
+    EXPECT_TRUE(authorization.expired());
     EXPECT_THAT(elevation_.calls, IsEmpty());
 }
 
@@ -308,6 +316,72 @@ TEST_F(FWAuthorizationRefusals, OfTheContentsOfALinkToASystemDirectoryButNotOfTh
                                     call("/bin/mv", {"-f", path("link"), path("moved")})));
 }
 
+TEST_F(FWAuthorizationRefusals, OfALinkToASystemDirectoryWithASlashBehindIt) {
+    for (const char* name : {"Documents", "Library", "Desktop"}) {
+        fs::create_directories(home() + "/" + name);
+        fs::create_directory_symlink(home() + "/" + name, path(name));
+        for (const char* end : {"/", "//", "/."}) {
+            for (const Operation& operation : operations()) {
+                expectRefusal(operation, path(name) + end);
+            }
+        }
+        EXPECT_TRUE(authorization_.authRemoveFile(path(name))) << "the link itself";
+        elevation_.runs.clear();
+    }
+}
+
+TEST_F(FWAuthorizationRefusals, OfEverythingBelowProcWhoeverLooks) {
+    fs::permissions(path(""), fs::perms(0755));
+    fs::create_symlink("/proc/1/root", path("root"));
+    fs::create_symlink("root", path("relative"));
+    const Texts ways = {"/proc/1",
+                        "/proc/1/root/etc",
+                        "/proc/1/root/",
+                        "/proc/self/root/usr/../x",
+                        "/proc/1/cwd/missing",
+                        "/proc/missing",
+                        "/usr/../proc/1/root/x",
+                        path("root/etc"),
+                        path("root/x"),
+                        path("relative/x/y"),
+                        path("relative/")};
+    for (const std::string& way : ways) {
+        const WithoutPrivileges user;
+        ASSERT_TRUE(user.worked());
+        for (const Operation& operation : operations()) {
+            expectRefusal(operation, way);
+        }
+    }
+}
+
+TEST_F(FWAuthorizationRefusals, OfSystemDirectoriesBehindAFolderThatIsMissing) {
+    fs::create_symlink("/usr", path("usr"));
+    for (const std::string& way :
+         {path("usr/missing/../lib/.."), path("usr/missing/.."), std::string("/missing/../etc")}) {
+        for (const Operation& operation : operations()) {
+            expectRefusal(operation, way);
+        }
+    }
+}
+
+TEST_F(FWAuthorizationRefusals, LeaveWhatLiesWhereOneMayNotLook) {
+    fs::permissions(path(""), fs::perms(0755));
+    fs::create_directories(path("closed/folder"));
+    made("closed/folder/file", "x");
+    fs::create_symlink(path("closed/folder"), path("way"));
+    fs::create_symlink(path("loop"), path("loop"));
+    fs::permissions(path("closed"), fs::perms::owner_all);
+    for (const char* name : {"closed", "closed/folder", "closed/folder/", "closed/folder/file",
+                             "way/file", "loop", "loop/x"}) {
+        elevation_.runs.clear();
+        const WithoutPrivileges user;
+        ASSERT_TRUE(user.worked());
+        EXPECT_TRUE(authorization_.authRemoveFile(path(name))) << name;
+        EXPECT_THAT(runs(), ElementsAre(call("/bin/rm", {"-Rdf", path(name)})));
+    }
+    EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
 TEST_F(FWAuthorizationRefusals, OfOtherNamesOfTopFolders) {
     if (!fs::equivalent("/bin", "/usr/bin")) {
         GTEST_SKIP() << "Here /bin is no other name of /usr/bin.";
@@ -320,11 +394,14 @@ TEST_F(FWAuthorizationRefusals, OfOtherNamesOfTopFolders) {
 }
 
 TEST_F(FWAuthorizationRefusals, LeaveEverythingElse) {
-    // Nothing runs: these are recorded only.
-    const Texts paths = {
-        path("missing"),   "/etcetera",        "/etc/missing", "/boot/x/y",        "/lib/x",
-        "/homes",          "/usr/x",           "/Library/x",   "/Users",           "/tmp",
-        home() + "/x.mov", home() + "/Movies", "/etc2/../a",   path("x/../y.mov"), "/sysfs"};
+    // Nothing runs, and no file can have a name as long as this one.
+    const std::string never(300, 'x');
+    Texts paths = {path("missing"), path("x/../y.mov"), home() + "/x.mov", home() + "/Movies"};
+    for (const char* start :
+         {"/", "/etc", "/etc/", "/etc2/../", "/boot/x/", "/homes", "/home/", "/lib/", "/usr",
+          "/usr/", "/Library/", "/Users/", "/tmp/", "/procs", "/proc", "/sys", "/sys/"}) {
+        paths.push_back(start + never);
+    }
     for (const std::string& path : paths) {
         elevation_.runs.clear();
         EXPECT_TRUE(authorization_.authRemoveFile(path)) << path;

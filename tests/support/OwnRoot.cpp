@@ -17,9 +17,23 @@ set -e
 mount -t tmpfs tmpfs "$1/memory"
 mkdir "$1/memory/upper" "$1/memory/work"
 mount -t overlay -o "lowerdir=/,upperdir=$1/memory/upper,workdir=$1/memory/work" overlay "$1/root"
-mount --rbind /proc "$1/root/proc"
-mount --rbind /dev "$1/root/dev"
+mount -t proc proc "$1/root/proc"
 mount -t tmpfs tmpfs "$1/root/tmp"
+mount -t tmpfs -o mode=755 tmpfs "$1/root/dev"
+cd "$1/root/dev"
+for device in null zero full random urandom tty; do
+    : >$device
+    mount --bind /dev/$device $device
+done
+mkdir -m 1777 shm
+mkdir pts
+mount -t devpts -o newinstance,mode=620,ptmxmode=666 devpts pts
+ln -s pts/ptmx ptmx
+ln -s /proc/self/fd fd
+ln -s fd/0 stdin
+ln -s fd/1 stdout
+ln -s fd/2 stderr
+cd /
 mkdir "$1/root/tmp/programs"
 mount --bind "$1/programs" "$1/root/tmp/programs"
 exec chroot "$1/root" /bin/sh -e /tmp/programs/script
@@ -63,8 +77,9 @@ OwnRoot::Outcome OwnRoot::run(const std::string& script,
     }
     std::ofstream(folder_.file("programs/script")) << "PROGRAMS=/tmp/programs\n" << script << '\n';
     std::ofstream(folder_.file("prepare")) << kPreparation;
-    return outputOf("unshare --mount /bin/sh " + folder_.file("prepare") + " " +
-                    folder_.path().string() + " 2>&1");
+    // What the script leaves to run ends with it.
+    return outputOf("unshare --mount --pid --fork --kill-child /bin/sh " + folder_.file("prepare") +
+                    " " + folder_.path().string() + " 2>&1");
 }
 
 } // namespace fw::test

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <pwd.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -23,14 +24,17 @@ namespace {
 
 using namespace test;
 using testing::AnyOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
+const std::string kPassword = FakeSudo::kPassword;
 constexpr const char* kMark = "FERNWICK_AUTHORIZED";
 constexpr const char* kHasTicket = "sudo [-n] [-v]";
 constexpr const char* kMayRun = "sudo [-n] [-l] [--] [/bin/sh]";
+constexpr const char* kIsRight = "sudo [-S] [-k] [-p] [] [-v]";
 constexpr const char* kEnd = "sudo [-k]";
 
 std::string ownName() {
@@ -120,6 +124,25 @@ TEST_F(Elevation, AParentsTicketIsUsedAndLeftToTheParent) {
                 ElementsAre(kHasTicket, kMayRun, "sudo [-n] [-b] [--] [/bin/sh] [-c] [echo ran]"));
 }
 
+TEST_F(Elevation, WhoFindsTheMarkEndsNoTicket) {
+    const ScopedEnvironment marked(kMark, "1");
+    sudo_.giveTicket();
+    const auto mistaken = created(createAuthorization(ownName(), "wrong"));
+    EXPECT_FALSE(mistaken->requestAdministratorRight());
+    EXPECT_EQ(errorOfRun(mistaken), EACCES);
+    auto withPassword = created(createAuthorization(ownName(), kPassword));
+    EXPECT_TRUE(withPassword->requestAdministratorRight());
+    withPassword->free();
+    EXPECT_EQ(errorOfRun(withPassword), EACCES);
+    sudo_.answerPrompts();
+    EXPECT_TRUE(created(createAuthorization())->requestAdministratorRight());
+    sudo_.withholdRight();
+    EXPECT_FALSE(created(createAuthorization())->requestAdministratorRight());
+    EXPECT_TRUE(sudo_.hasTicket());
+    EXPECT_THAT(sudo_.calls(), Not(Contains(kEnd)));
+    EXPECT_EQ(markOfChildren(), "1") << "the parent's, which has not ended";
+}
+
 // Asking the user
 
 TEST_F(Elevation, AsksOnTheTerminalOrByTheHelperProgram) {
@@ -191,10 +214,10 @@ TEST_F(Elevation, WhoCanAskAsksAgainWhenTheTicketHasExpired) {
 
 TEST_F(Elevation, ThePasswordOfTheUserGetsATicketAndIsForgotten) {
     sudo_.giveTicket(); // One that is there already must not stand for the password.
-    const auto authorization = created(createAuthorization(ownName(), "right"));
+    const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_THAT(sudo_.calls(), IsEmpty());
     EXPECT_TRUE(authorization->requestAdministratorRight());
-    EXPECT_THAT(sudo_.calls(), ElementsAre(kEnd, "sudo [-S] [-p] [] [-v]", kMayRun));
+    EXPECT_THAT(sudo_.calls(), ElementsAre(kIsRight, kHasTicket, kMayRun));
     EXPECT_EQ(markOfChildren(), "1");
     EXPECT_EQ(errorOfRun(authorization), 0);
     EXPECT_THAT(sudo_.calls(), ElementsAre("sudo [-n] [-b] [--] [/bin/true]"));
@@ -204,8 +227,16 @@ TEST_F(Elevation, ThePasswordOfTheUserGetsATicketAndIsForgotten) {
     EXPECT_EQ(markOfChildren(), "none");
 }
 
+TEST_F(Elevation, ThePasswordOfTheUserGetsATicketWhereThereIsNone) {
+    const auto authorization = created(createAuthorization(ownName(), kPassword));
+    EXPECT_TRUE(authorization->requestAdministratorRight());
+    EXPECT_TRUE(sudo_.hasTicket());
+    EXPECT_THAT(sudo_.calls(),
+                ElementsAre(kIsRight, kHasTicket, "sudo [-S] [-p] [] [-v]", kMayRun));
+}
+
 TEST_F(Elevation, AnExpiredTicketOfAPasswordIsAnError) {
-    const auto authorization = created(createAuthorization(ownName(), "right"));
+    const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     sudo_.takeTicket();
     EXPECT_EQ(errorOfRun(authorization), EACCES);
@@ -213,17 +244,18 @@ TEST_F(Elevation, AnExpiredTicketOfAPasswordIsAnError) {
 
 TEST_F(Elevation, AWrongPasswordIsRefused) {
     sudo_.giveTicket();
-    for (const char* password : {"wrong", "", "right ", "righ"}) {
+    for (const std::string& password :
+         {std::string("wrong"), std::string(), kPassword + " ", kPassword.substr(1)}) {
         const auto authorization = created(createAuthorization(ownName(), password));
         EXPECT_FALSE(authorization->requestAdministratorRight()) << password;
         EXPECT_EQ(errorOfRun(authorization), EACCES);
     }
-    EXPECT_FALSE(sudo_.hasTicket());
+    EXPECT_TRUE(sudo_.hasTicket()) << "it was not got here";
     EXPECT_EQ(markOfChildren(), "none");
 }
 
 TEST_F(Elevation, AnAdministratorsPasswordIsGivenTwiceToEachCall) {
-    const auto authorization = created(createAuthorization(otherName(), "right"));
+    const auto authorization = created(createAuthorization(otherName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     const std::string start = "su [-s] [/bin/sh] [-c] [exec \"$@\"] [--] [" + otherName() +
                               "] [sh] [" + sudo_.file("sudo") + "] [-S] [-k] [-p] [] ";
@@ -239,12 +271,26 @@ TEST_F(Elevation, AnAdministratorsPasswordIsGivenTwiceToEachCall) {
     EXPECT_THAT(sudo_.calls(), IsEmpty()) << "there is no password any more";
 }
 
+TEST_F(Elevation, WithoutAPipeForThePasswordNothingIsAsked) {
+    const auto users = created(createAuthorization(ownName(), kPassword));
+    const auto administrators = created(createAuthorization(otherName(), kPassword));
+    rlimit before = {};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const bool isGranted =
+        users->requestAdministratorRight() || administrators->requestAdministratorRight();
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_FALSE(isGranted);
+    EXPECT_THAT(sudo_.calls(), IsEmpty());
+}
+
 TEST_F(Elevation, AnAdministratorWithoutTheRightOrThePasswordIsRefused) {
     const auto mistaken = created(createAuthorization(otherName(), "wrong"));
     EXPECT_FALSE(mistaken->requestAdministratorRight());
     EXPECT_EQ(errorOfRun(mistaken), EACCES);
     sudo_.withholdRight();
-    const auto ordinary = created(createAuthorization(otherName(), "right"));
+    const auto ordinary = created(createAuthorization(otherName(), kPassword));
     EXPECT_FALSE(ordinary->requestAdministratorRight());
     EXPECT_EQ(errorOfRun(ordinary), EACCES);
 }
@@ -252,25 +298,29 @@ TEST_F(Elevation, AnAdministratorWithoutTheRightOrThePasswordIsRefused) {
 TEST_F(Elevation, ThePasswordIsSeenNowhere) {
     writeText(sudo_.file("environments"), "");
     for (const std::string& user : {ownName(), otherName()}) {
-        const auto authorization = created(createAuthorization(user, "right"));
+        const auto authorization = created(createAuthorization(user, kPassword));
         EXPECT_TRUE(authorization->requestAdministratorRight());
         EXPECT_EQ(errorOfRun(authorization), 0);
     }
     EXPECT_THAT(sudo_.everythingSeen(), HasSubstr("[-S]"));
     EXPECT_THAT(sudo_.everythingSeen(), HasSubstr("PATH="));
-    EXPECT_THAT(sudo_.everythingSeen(), Not(HasSubstr("right")));
+    EXPECT_THAT(sudo_.everythingSeen(), Not(HasSubstr(kPassword)));
 }
 
 TEST_F(Elevation, NobodyHasAnAccountOrAPasswordThatCannotBe) {
     const std::string zero("\0", 1);
     for (const std::string& user : {std::string(), std::string("no such account"), std::string("-"),
                                     "x\n" + ownName(), ownName() + zero, ownName() + zero + "x"}) {
-        const auto authorization = created(createAuthorization(user, "right"));
+        const auto authorization = created(createAuthorization(user, kPassword));
         EXPECT_FALSE(authorization->requestAdministratorRight()) << user;
     }
     for (const std::string& user : {ownName(), otherName()}) {
-        const std::vector<std::string> passwords = {
-            "right\n", "right\nright", "\n", std::string(512, 'x'), "right" + zero, zero};
+        const std::vector<std::string> passwords = {kPassword + "\n",
+                                                    kPassword + "\n" + kPassword,
+                                                    "\n",
+                                                    std::string(512, 'x'),
+                                                    kPassword + zero,
+                                                    zero};
         for (const std::string& password : passwords) {
             const auto authorization = created(createAuthorization(user, password));
             EXPECT_FALSE(authorization->requestAdministratorRight()) << password;
@@ -289,6 +339,15 @@ TEST_F(Elevation, TheStreamIsTheToolsOutputAndEndsWithIt) {
         {sudo_.file("done")});
     EXPECT_EQ(output, std::string(300'000, '\0') + "\xFFlast");
     EXPECT_TRUE(std::ifstream(sudo_.file("done")).is_open());
+}
+
+TEST_F(Elevation, AToolHasNothingToRead) {
+    EXPECT_EQ(outputOfRun(granted(), "cat; echo end"), "end\n");
+    const auto administrators = created(createAuthorization(otherName(), kPassword));
+    EXPECT_TRUE(administrators->requestAdministratorRight());
+    EXPECT_EQ(outputOfRun(administrators, "cat; echo end"), "end\n");
+    sudo_.askNobody(); // The second line is left over.
+    EXPECT_EQ(outputOfRun(administrators, "cat; echo end"), "end\n");
 }
 
 TEST_F(Elevation, ADroppedOutputHoldsNobodyUp) {
@@ -328,7 +387,7 @@ TEST_F(Elevation, WithoutSudoNothingCanBeMade) {
     const auto asking = createAuthorization();
     ASSERT_FALSE(asking);
     EXPECT_EQ(asking.error().code, ENOENT);
-    const auto withPassword = createAuthorization(ownName(), "right");
+    const auto withPassword = createAuthorization(ownName(), kPassword);
     ASSERT_FALSE(withPassword);
     EXPECT_EQ(withPassword.error().code, ENOENT);
     const ScopedEnvironment marked(kMark, "1");
@@ -336,7 +395,7 @@ TEST_F(Elevation, WithoutSudoNothingCanBeMade) {
 }
 
 TEST_F(Elevation, AProgramThatIsGoneSinceIsTheErrorOfTheRun) {
-    const auto authorization = created(createAuthorization(ownName(), "right"));
+    const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     sudo_.uninstall("sudo");
     EXPECT_EQ(errorOfRun(authorization), ENOENT);

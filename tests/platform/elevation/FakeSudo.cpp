@@ -21,8 +21,11 @@ env >>"$folder/environments"
 
 constexpr const char* kSudo = R"(
 may() { [ ! -e "$folder/no-right" ]; }
-authenticate() { IFS= read -r line && [ "$line" = right ]; }
-start() { "$@" & }
+authenticate() { [ -e "$folder/asks-nobody" ] || { IFS= read -r line && [ "$line" = "$password" ]; }; }
+start() {
+    exec 3<&0 # A shell takes the standard input away from what it leaves to run.
+    "$@" <&3 3<&- &
+}
 case "$1 $2" in
 "-k ") rm -f "$folder/ticket" ;;
 "-v " | "-A -v") [ -e "$folder/answers" ] && : >"$folder/ticket" ;;
@@ -31,7 +34,9 @@ case "$1 $2" in
 "-n -b") [ -e "$folder/ticket" ] && may && shift 3 && start "$@" ;;
 "-S -p") authenticate && : >"$folder/ticket" ;;
 "-S -k")
-    authenticate && may || exit 1
+    authenticate || exit 1
+    [ "$5" = -v ] && exit 0
+    may || exit 1
     case "$5" in
     -l) ;;
     -b) shift 6 && start "$@" ;;
@@ -42,13 +47,15 @@ esac
 
 /// -s /bin/sh -c COMMAND -- NAME sh SUDO...
 constexpr const char* kSu = R"(
-IFS= read -r line && [ "$line" = right ] || exit 1
+IFS= read -r line && [ "$line" = "$password" ] || exit 1
 shift 6
 exec /bin/sh -c 'exec "$@"' "$@"
 )";
 
 void makeScript(const std::string& path, const std::string& body) {
-    writeText(path, kRecord + body);
+    const std::string password =
+        std::string("password='").append(FakeSudo::kPassword).append("'\n");
+    writeText(path, kRecord + password + body);
     fs::permissions(path, fs::perms::owner_all);
 }
 
@@ -93,6 +100,10 @@ void FakeSudo::takeTicket() const {
 
 void FakeSudo::withholdRight() const {
     writeText(file("no-right"), "");
+}
+
+void FakeSudo::askNobody() const {
+    writeText(file("asks-nobody"), "");
 }
 
 void FakeSudo::answerPrompts() const {

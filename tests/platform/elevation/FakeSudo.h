@@ -8,10 +8,13 @@
 
 namespace fw::test {
 
-/// Scripts in the place of sudo and su while it lives, with one ticket and one password, "right".
+/// Scripts in the place of sudo and su while it lives, with one ticket and one password.
 /// They record how they are called, and run what they are told with no rights at all.
 class FakeSudo {
 public:
+    /// A text that no environment has by chance.
+    static constexpr const char* kPassword = "tHe-riGht-0ne,kEpt";
+
     FakeSudo();
     ~FakeSudo();
     FakeSudo(const FakeSudo&) = delete;
@@ -27,6 +30,8 @@ public:
     void takeTicket() const;
     /// The ticket gives no right to run everything.
     void withholdRight() const;
+    /// sudo needs no password from now on, and reads none.
+    void askNobody() const;
     /// Who is asked gives the password.
     void answerPrompts() const;
     /// There is no such program from now on.

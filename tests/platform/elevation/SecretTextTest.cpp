@@ -71,6 +71,19 @@ TEST(SecretText, IsNoTextThatCannotBeALine) {
     }
 }
 
+TEST(SecretText, IsNotGivenWhereNoPipeCanBeHad) {
+    const SecretText secret = SecretText::kept("password").value();
+    rlimit before = {};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none = {0, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const auto pipe = secret.asLines(1);
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    ASSERT_FALSE(pipe);
+    EXPECT_EQ(pipe.error().code, EMFILE);
+    EXPECT_EQ(linesOf(secret, 1), "password\n");
+}
+
 TEST(SecretText, IsGoneWhenItIsWiped) {
     SecretText secret = SecretText::kept("password").value();
     EXPECT_TRUE(secret);
