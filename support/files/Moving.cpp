@@ -1,5 +1,6 @@
 #include "base/text.h"
 #include "platform/files/FileFacts.h"
+#include "platform/files/holdsMount.h"
 #include "platform/files/moveItem.h"
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
@@ -43,11 +44,15 @@ void unlockDestination(const std::string& source, const std::string& destination
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& source,
                       const std::string& destination) {
+    // Rights would not spare what is mounted there.
+    if (failure.error.code == EBUSY || holdsMount(source)) {
+        return false;
+    }
     if (failure.isDestinationWhole) {
         return withRights(&FileRights::removeFile, source);
     }
-    // Rights would not spare what is mounted there, nor a file that is its own destination.
-    return failure.error.code != EBUSY && !isSameFile(source, destination) &&
+    // Nor a file that is its own destination.
+    return !isSameFile(source, destination) &&
            withRights(&FileRights::moveFile, source, destination);
 }
 

@@ -156,6 +156,59 @@ TEST_F(SuperuserFilesProbe, WhatIsMountedIsLeftAloneAndNoRightsAreTried) {
     EXPECT_EQ(logged().front(), "Error removing file: Device or resource busy. Authorizing...");
 }
 
+TEST_F(SuperuserFilesProbe, WhatIsMountedBelowDoesNotGoToAnotherFileSystem) {
+    const MemoryDisk away(path("away"), "1m");
+    folder("a/inner");
+    const MemoryDisk disk(path("a/inner/a disk\n"), "1m");
+    made("a/inner/a disk\n/file", "kept");
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("away/a")));
+    EXPECT_EQ(contents("a/inner/a disk\n/file"), "kept");
+    EXPECT_TRUE(fs::is_empty(path("away"))) << "it would be copied for nothing";
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_EQ(logged().front(), "Error moving file from " + path("a") + " to " + path("away/a") +
+                                    ": Device or resource busy.");
+}
+
+TEST_F(SuperuserFilesProbe, NoRightsAreTriedOnWhatIsMountedWhateverElseIsInTheWay) {
+    folder("locked/a/inner");
+    made("locked/a/file", "text");
+    const MemoryDisk disk(path("locked/a/inner/disk"), "1m");
+    made("locked/a/inner/disk/file", "kept");
+    locked("locked");
+    link("locked", "way");
+    answer = true;
+    for (const std::string& name : {path("locked/a"), path("way/a/"), path("way/./a")}) {
+        EXPECT_FALSE(FWFileManager::trashFile(name));
+        EXPECT_FALSE(FWFileManager::moveFile(name, path("b")));
+        EXPECT_EQ(logged()[logged().size() - 2], "Error moving file from " + name + " to " +
+                                                     path("b") + ": Operation not permitted.");
+    }
+    for (int i = 0; i < 20; ++i) { // Few folders list the one before all the others.
+        const std::string name = "locked/a/" + std::to_string(i);
+        made(name, "text");
+        locked(name);
+    }
+    EXPECT_FALSE(FWFileManager::removeFile(path("locked/a")));
+    EXPECT_EQ(contents("locked/a/inner/disk/file"), "kept");
+    EXPECT_THAT(asked, IsEmpty());
+    FWFileManager::unlockFile(path("locked"));
+    FWFileManager::unlockFolder(path("locked/a"));
+}
+
+TEST_F(SuperuserFilesProbe, AMountBesideIsNoReasonToTryNoRights) {
+    folder("a");
+    const MemoryDisk disk(path("a/disk"), "1m");
+    made("a/dis", "text");
+    made("a/disk 2", "text");
+    locked("a");
+    answer = true;
+    EXPECT_TRUE(FWFileManager::removeFile(path("a/dis")));
+    EXPECT_TRUE(FWFileManager::removeFile(path("a/disk 2")));
+    EXPECT_THAT(asked, ElementsAre("remove " + path("a/dis"), "remove " + path("a/disk 2")));
+    FWFileManager::unlockFile(path("a"));
+}
+
 TEST_F(SuperuserFilesProbe, AMoveToAnotherFileSystemKeepsOwnersModesAndSpecialFiles) {
     const MemoryDisk disk(path("disk"), "1m");
     folder("a");
