@@ -63,7 +63,7 @@ std::optional<MoveFailure> moveAcross(const std::string& source, const std::stri
         return MoveFailure{*failure};
     }
     if (const std::optional<Error> failure = flushFileSystemOf(parentFolder(destination))) {
-        static_cast<void>(removeItem(destination)); // The first failure is the one to tell.
+        static_cast<void>(removeUnfinished(destination)); // The first failure is the one to tell.
         return MoveFailure{*failure};
     }
     if (const std::optional<Error> failure = removeItem(source)) {
