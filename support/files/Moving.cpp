@@ -36,7 +36,8 @@ std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
 void unlockDestination(const std::string& source, const std::string& destination) {
     FWFileManager::unlockFile(destination);
     const std::string_view name = lastPathComponent(source);
-    if (!name.empty() && name != "/") {
+    // The others name no entry of the destination, but what lies around it.
+    if (!name.empty() && name != "/" && name != "." && name != "..") {
         FWFileManager::unlockFolder(appendedPathComponent(destination, name));
     }
 }

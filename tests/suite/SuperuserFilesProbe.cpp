@@ -114,6 +114,22 @@ TEST_F(SuperuserFilesProbe, AMoveUnlocksWhatStandsAtTheDestinationAndBelow) {
     EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
 }
 
+TEST_F(SuperuserFilesProbe, AMoveUnlocksNothingAroundTheDestination) {
+    folder("a");
+    folder("b/c");
+    made("b/beside", "text");
+    made("b/c/in", "text");
+    locked("b/beside");
+    locked("b/c/in");
+    for (const char* source : {"a/..", "a/.", "a/../", "a/./"}) {
+        EXPECT_FALSE(FWFileManager::moveFile(path(source), path("b/c"), ShouldAuth::kNo));
+    }
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("b/beside")));
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("b/c/in")));
+    FWFileManager::unlockFile(path("b/beside"));
+    FWFileManager::unlockFile(path("b/c/in"));
+}
+
 TEST_F(SuperuserFilesProbe, InALockedFolderEveryPlainStepFails) {
     folder("a");
     made("a/file", "text");
