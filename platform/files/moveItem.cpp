@@ -47,7 +47,9 @@ std::optional<Error> flushFileSystemOf(const std::string& folder) {
         ::sync(); // A folder that may be written need not be readable.
         return std::nullopt;
     }
-    return ::syncfs(descriptor.get()) == 0 ? std::nullopt : std::optional(posixError(errno));
+    return currentFileCalls()->flushFileSystem(descriptor.get()) == 0
+               ? std::nullopt
+               : std::optional(posixError(errno));
 }
 
 /// 0, or why it is known beforehand that the entry cannot be removed.

@@ -26,8 +26,13 @@ std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
         return failure;
     }
     failure = moveItem(between, destination);
-    if (failure) {
-        static_cast<void>(moveItem(between, source)); // The first failure is the one to tell.
+    if (!failure) {
+        return std::nullopt;
+    }
+    // The first failure is the one to tell, but nobody would look for the file at that name.
+    if (const std::optional<MoveFailure> other = moveItem(between, source)) {
+        FWLog::appendLog("Error moving file back from %@ to %@: %@.", between, source,
+                         other->error.description);
     }
     return failure;
 }
