@@ -1,8 +1,11 @@
 // The file operations as the superuser, on a copy of the machine: locks, mounts and full disks.
+#include "platform/FileDescriptor.h"
 #include "platform/files/FileFacts.h"
 #include "tests/suite/FileOperationTest.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/sysmacros.h>
@@ -86,6 +89,51 @@ TEST_F(SuperuserFilesProbe, AFolderIsLockedInItsDepthsAndNotItself) {
     for (const char* name : {"a/file", "a/inner", "a/inner/other"}) {
         EXPECT_FALSE(FWFileManager::isFileLocked(path(name))) << name;
     }
+}
+
+TEST_F(SuperuserFilesProbe, AFolderThatIsLockedMayBeDeeperThanPathsAreLong) {
+    const std::string deep = deepFolder("a", 1000);
+    const std::string further = deepFolder("b", 1100);
+    writeText(further + "/file", "text");
+    fs::rename(path("b"), deep + "/b");
+    const FileDescriptor middle(::open(deep.c_str(), O_PATH | O_CLOEXEC));
+    const std::string deepest = "/proc/self/fd/" + std::to_string(middle.get()) + "/" +
+                                further.substr(path("").size()) + "/file";
+    ASSERT_TRUE(fs::exists(deepest));
+    const std::size_t before = openDescriptors();
+    {
+        const FewDescriptors few(before + 50);
+        EXPECT_TRUE(FWFileManager::lockFolder(path("a")));
+        EXPECT_TRUE(FWFileManager::isFileLocked(deepest));
+        EXPECT_TRUE(FWFileManager::isFileLocked(deep));
+        EXPECT_TRUE(FWFileManager::unlockFolder(path("a")));
+        EXPECT_FALSE(FWFileManager::isFileLocked(deepest));
+    }
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_TRUE(FWFileManager::removeFile(path("a"), ShouldAuth::kNo)) << "nothing is left locked";
+}
+
+TEST_F(SuperuserFilesProbe, NoLinkThatTakesAFoldersPlaceLeadsOut) {
+    folder("outside");
+    made("outside/file", "text");
+    locked("outside/file");
+    folder("a/inner");
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) {
+            fs::rename(path("a/inner"), path("aside"));
+            link("../outside", "a/inner");
+            fs::remove(path("a/inner"));
+            fs::rename(path("aside"), path("a/inner"));
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        static_cast<void>(FWFileManager::unlockFolder(path("a")));
+    }
+    isOver = true;
+    other.join();
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("outside/file")));
+    FWFileManager::unlockFile(path("outside/file"));
 }
 
 TEST_F(SuperuserFilesProbe, LockedFilesAreRemovedTrashedAndCopied) {
