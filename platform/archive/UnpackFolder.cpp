@@ -2,6 +2,7 @@
 
 #include "platform/archive/archiveError.h"
 #include "platform/archive/modeOfNew.h"
+#include "platform/files/removeItem.h"
 
 #include <sys/stat.h>
 
@@ -21,20 +22,6 @@ fs::path absolutePath(const std::string& path) {
     std::error_code failure;
     fs::path whole = fs::absolute(path, failure).lexically_normal();
     return whole.has_filename() ? whole : whole.parent_path();
-}
-
-/// Folders that cannot be listed or written cannot be emptied either.
-void removeWithContents(const std::string& folder) {
-    std::error_code ignored;
-    fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add, ignored);
-    for (fs::directory_iterator entry(folder, ignored), end; !ignored && entry != end;
-         entry.increment(ignored)) {
-        std::error_code unknown;
-        if (entry->is_directory(unknown) && !entry->is_symlink(unknown)) {
-            removeWithContents(entry->path().string());
-        }
-    }
-    fs::remove_all(folder, ignored);
 }
 
 } // namespace
@@ -74,7 +61,7 @@ void UnpackFolder::makeBeside(const std::string& wanted) {
 
 UnpackFolder::~UnpackFolder() {
     if (isOurs_) {
-        removeWithContents(path_);
+        static_cast<void>(removeUnfinished(path_)); // Nobody is left to be told.
     }
 }
 

@@ -221,7 +221,7 @@ std::optional<Error> copyItem(const std::string& source, const std::string& dest
         return std::nullopt;
     }
     if (copy.hasBegun()) {
-        static_cast<void>(removeItem(destination)); // The first failure is the one to tell.
+        static_cast<void>(removeUnfinished(destination)); // The first failure is the one to tell.
     }
     return posixError(failure);
 }

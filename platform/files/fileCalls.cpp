@@ -26,6 +26,9 @@ std::shared_ptr<const FileCalls> completed(FileCalls calls) {
     if (!all->flush) {
         all->flush = ::fdatasync;
     }
+    if (!all->flushFileSystem) {
+        all->flushFileSystem = ::syncfs;
+    }
     return all;
 }
 

@@ -5,7 +5,7 @@
 #include "platform/files/Location.h"
 #include "platform/files/copyItem.h"
 #include "platform/files/fileCalls.h"
-#include "platform/files/mountRoot.h"
+#include "platform/files/holdsMount.h"
 #include "platform/files/removeItem.h"
 
 #include <fcntl.h>
@@ -47,12 +47,14 @@ std::optional<Error> flushFileSystemOf(const std::string& folder) {
         ::sync(); // A folder that may be written need not be readable.
         return std::nullopt;
     }
-    return ::syncfs(descriptor.get()) == 0 ? std::nullopt : std::optional(posixError(errno));
+    return currentFileCalls()->flushFileSystem(descriptor.get()) == 0
+               ? std::nullopt
+               : std::optional(posixError(errno));
 }
 
 /// 0, or why it is known beforehand that the entry cannot be removed.
-int removalObstacle(const Location& place) {
-    if (isMountRoot(place.folder.get(), place.name)) {
+int removalObstacle(const std::string& path, const Location& place) {
+    if (holdsMount(path)) {
         return EBUSY;
     }
     return ::faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
@@ -63,7 +65,7 @@ std::optional<MoveFailure> moveAcross(const std::string& source, const std::stri
         return MoveFailure{*failure};
     }
     if (const std::optional<Error> failure = flushFileSystemOf(parentFolder(destination))) {
-        static_cast<void>(removeItem(destination)); // The first failure is the one to tell.
+        static_cast<void>(removeUnfinished(destination)); // The first failure is the one to tell.
         return MoveFailure{*failure};
     }
     if (const std::optional<Error> failure = removeItem(source)) {
@@ -85,7 +87,7 @@ std::optional<MoveFailure> moveItem(const std::string& source, const std::string
     }
     int failure = renameEntry(from.value(), to.value());
     if (failure == EXDEV) {
-        failure = removalObstacle(from.value()); // It would be copied for nothing.
+        failure = removalObstacle(source, from.value()); // It would be copied for nothing.
         if (failure == 0) {
             return moveAcross(source, destination);
         }

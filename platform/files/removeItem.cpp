@@ -6,6 +6,7 @@
 #include "platform/files/mountRoot.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -15,10 +16,13 @@
 namespace fw {
 namespace {
 
+/// Whether folders are given the mode in which their owner can empty them.
+enum class Modes : bool { kKeep, kOpen };
+
 /// One removal. Results are 0 or an errno.
 class Removal {
 public:
-    explicit Removal(Location place) : way_(std::move(place.folder)) {
+    Removal(Location place, Modes modes) : way_(std::move(place.folder)), modes_(modes) {
         levels_.push_back({{}, {std::move(place.name)}});
     }
 
@@ -54,6 +58,12 @@ private:
         if (isMountRoot(way_.folder(), name)) {
             return EBUSY;
         }
+        if (modes_ == Modes::kOpen) {
+            constexpr mode_t kOwnerOnly = 0700;
+            // Whether that was needed, and possible, shows below.
+            static_cast<void>(
+                ::fchmodat(way_.folder(), name.c_str(), kOwnerOnly, AT_SYMLINK_NOFOLLOW));
+        }
         if (const int failure = way_.enter(name); failure != 0) {
             // An empty folder need not be readable to be removed.
             return unlink(name, AT_REMOVEDIR) == 0 ? 0 : failure;
@@ -70,18 +80,27 @@ private:
     }
 
     FolderDescent way_;
+    Modes modes_;
     std::vector<Level> levels_;
 };
 
-} // namespace
-
-std::optional<Error> removeItem(const std::string& path) {
+std::optional<Error> remove(const std::string& path, Modes modes) {
     Result<Location> place = Location::of(path);
     if (!place) {
         return place.error();
     }
-    const int failure = Removal(std::move(place).value()).run();
+    const int failure = Removal(std::move(place).value(), modes).run();
     return failure == 0 ? std::nullopt : std::optional(posixError(failure));
+}
+
+} // namespace
+
+std::optional<Error> removeItem(const std::string& path) {
+    return remove(path, Modes::kKeep);
+}
+
+std::optional<Error> removeUnfinished(const std::string& path) {
+    return remove(path, Modes::kOpen);
 }
 
 } // namespace fw

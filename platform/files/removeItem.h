@@ -13,4 +13,8 @@ namespace fw {
 /// from any thread.
 [[nodiscard]] std::optional<Error> removeItem(const std::string& path);
 
+/// The same for what this process has begun to make, and does not finish: the modes that its
+/// folders may have by now do not keep them.
+[[nodiscard]] std::optional<Error> removeUnfinished(const std::string& path);
+
 } // namespace fw

@@ -1,6 +1,7 @@
 #include "platform/volumes/mountTable.h"
 
 #include "base/text.h"
+#include "platform/MountTableText.h"
 
 #include <algorithm>
 #include <array>
@@ -26,35 +27,13 @@ constexpr std::size_t kOptions = 5;
 constexpr std::size_t kFirstOptional = 6;
 constexpr std::size_t kFieldsAfterHyphen = 3;
 
-bool isOctalDigit(char c) {
-    return c >= '0' && c <= '7';
-}
-
-/// Blanks, tabs, line ends and backslashes stand there as a backslash and three octal digits.
-std::string decoded(std::string_view field) {
-    std::string text;
-    for (std::size_t i = 0; i < field.size(); ++i) {
-        const std::string_view digits = field.substr(i + 1, 3);
-        const bool isEscape = field[i] == '\\' && digits.size() == 3 &&
-                              std::all_of(digits.begin(), digits.end(), isOctalDigit);
-        if (!isEscape) {
-            text += field[i];
-            continue;
-        }
-        const int byte = (digits[0] - '0') * 64 + (digits[1] - '0') * 8 + (digits[2] - '0');
-        text += static_cast<char>(static_cast<unsigned char>(byte & 0xFF));
-        i += digits.size();
-    }
-    return text;
-}
-
 bool saysReadOnly(std::string_view options) {
     const Fields all = splitAtAnyOf(options, ",");
     return std::find(all.begin(), all.end(), "ro") != all.end();
 }
 
 std::string suiteType(std::string_view kernelType) {
-    return kernelType == "hfsplus" ? "hfs+" : decoded(kernelType);
+    return kernelType == "hfsplus" ? "hfs+" : decodedMountField(kernelType);
 }
 
 std::optional<Volume> volumeInLine(std::string_view line) {
@@ -66,9 +45,9 @@ std::optional<Volume> volumeInLine(std::string_view line) {
     if (fields.end() - hyphen <= static_cast<std::ptrdiff_t>(kFieldsAfterHyphen)) {
         return std::nullopt;
     }
-    return Volume{.mountPoint = decoded(fields[kMountPoint]),
+    return Volume{.mountPoint = decodedMountField(fields[kMountPoint]),
                   .type = suiteType(hyphen[1]),
-                  .source = decoded(hyphen[2]),
+                  .source = decodedMountField(hyphen[2]),
                   .isReadOnly = saysReadOnly(fields[kOptions]) || saysReadOnly(hyphen[3])};
 }
 

@@ -51,6 +51,9 @@ bool moveOnly(const std::string& source, const std::string& destination) {
     if (isSameFile(source, destination)) {
         return true; // To remove the destination would be to lose the source.
     }
+    if (isFolder(source) && !isLink(source) && isAtOrIn(destination, source)) {
+        return destinationRefused(destination); // To remove it would be to lose a part.
+    }
     if (isFolder(destination) && !isLink(destination) && isAtOrIn(source, destination)) {
         return destinationRefused(destination); // To remove it would be to lose the source.
     }

@@ -1,5 +1,6 @@
 #include "base/text.h"
 #include "platform/files/FileFacts.h"
+#include "platform/files/holdsMount.h"
 #include "platform/files/moveItem.h"
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
@@ -25,8 +26,13 @@ std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
         return failure;
     }
     failure = moveItem(between, destination);
-    if (failure) {
-        static_cast<void>(moveItem(between, source)); // The first failure is the one to tell.
+    if (!failure) {
+        return std::nullopt;
+    }
+    // The first failure is the one to tell, but nobody would look for the file at that name.
+    if (const std::optional<MoveFailure> other = moveItem(between, source)) {
+        FWLog::appendLog("Error moving file back from %@ to %@: %@.", between, source,
+                         other->error.description);
     }
     return failure;
 }
@@ -35,7 +41,8 @@ std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
 void unlockDestination(const std::string& source, const std::string& destination) {
     FWFileManager::unlockFile(destination);
     const std::string_view name = lastPathComponent(source);
-    if (!name.empty() && name != "/") {
+    // The others name no entry of the destination, but what lies around it.
+    if (!name.empty() && name != "/" && name != "." && name != "..") {
         FWFileManager::unlockFolder(appendedPathComponent(destination, name));
     }
 }
@@ -43,11 +50,15 @@ void unlockDestination(const std::string& source, const std::string& destination
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& source,
                       const std::string& destination) {
+    // Rights would not spare what is mounted there.
+    if (failure.error.code == EBUSY || holdsMount(source)) {
+        return false;
+    }
     if (failure.isDestinationWhole) {
         return withRights(&FileRights::removeFile, source);
     }
-    // Rights would not spare what is mounted there, nor a file that is its own destination.
-    return failure.error.code != EBUSY && !isSameFile(source, destination) &&
+    // Nor a file that is its own destination.
+    return !isSameFile(source, destination) &&
            withRights(&FileRights::moveFile, source, destination);
 }
 

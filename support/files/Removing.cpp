@@ -1,4 +1,5 @@
 #include "platform/files/FileFacts.h"
+#include "platform/files/holdsMount.h"
 #include "platform/files/removeItem.h"
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
@@ -24,7 +25,7 @@ bool FWFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
     }
     FWLog::appendLog("Error removing file: %@. Authorizing...", failure->description);
     // Rights would not spare what is mounted there.
-    const bool isMounted = failure->code == EBUSY;
+    const bool isMounted = failure->code == EBUSY || holdsMount(path);
     return shouldAuth == ShouldAuth::kYes && !isMounted &&
            withRights(&FileRights::removeFile, path);
 }

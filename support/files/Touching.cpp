@@ -11,17 +11,25 @@ constexpr const char* kTouch = "/usr/bin/touch";
 constexpr const char* kAttributes = "/usr/bin/xattr";
 using Arguments = std::vector<std::string>;
 
+/// A tool that has run need not have been able to do it: its work is looked at.
 bool modified(const std::string& path) {
-    return !touch(path) ||
-           withRights(&FileRights::runTool, std::string(kTouch), Arguments{"-c", "--", path});
+    if (!touch(path)) {
+        return true;
+    }
+    const auto before = fileAttributes(path).modificationDate;
+    return withRights(&FileRights::runTool, std::string(kTouch), Arguments{"-c", "--", path}) &&
+           fileAttributes(path).modificationDate != before;
 }
 
 bool created(const std::string& path, FileAttributes::Date date) {
     FileAttributes attributes;
     attributes.creationDate = date;
-    return !setFileAttributes(path, attributes) ||
-           withRights(&FileRights::runTool, std::string(kAttributes),
-                      Arguments{"-w", kCreationDateAttribute, creationDateText(date), path});
+    if (!setFileAttributes(path, attributes)) {
+        return true;
+    }
+    return withRights(&FileRights::runTool, std::string(kAttributes),
+                      Arguments{"-w", kCreationDateAttribute, creationDateText(date), path}) &&
+           fileAttributes(path).creationDate == date;
 }
 
 } // namespace

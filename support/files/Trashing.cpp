@@ -1,6 +1,7 @@
 #include "base/text.h"
 #include "platform/files/FileFacts.h"
 #include "platform/files/Folders.h"
+#include "platform/files/holdsMount.h"
 #include "platform/files/moveItem.h"
 #include "support/FWFileManager.h"
 #include "support/FWLocalPaths.h"
@@ -14,10 +15,10 @@ namespace {
 
 constexpr mode_t kOwnerOnly = 0700;
 
-std::optional<Error> moveToTrash(const std::string& path) {
+std::optional<MoveFailure> moveToTrash(const std::string& path) {
     const std::string trash = FWLocalPaths::trashDirectory();
     if (auto failure = makeFolder(trash, kOwnerOnly)) {
-        return failure; // Also for an unknown, and so empty, path.
+        return MoveFailure{*failure}; // Also for an unknown, and so empty, path.
     }
     const std::string wanted = appendedPathComponent(trash, lastPathComponent(path));
     // Others may take a free name first, so often at most.
@@ -32,7 +33,17 @@ std::optional<Error> moveToTrash(const std::string& path) {
             break;
         }
     }
-    return failure->error;
+    return failure;
+}
+
+/// What the plain move has left to do.
+bool finishWithRights(const MoveFailure& failure, const std::string& path) {
+    // Rights would not spare what is mounted there.
+    if (failure.error.code == EBUSY || holdsMount(path)) {
+        return false;
+    }
+    return withRights(failure.isDestinationWhole ? &FileRights::removeFile : &FileRights::trashFile,
+                      path);
 }
 
 } // namespace
@@ -46,13 +57,8 @@ bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
     if (!isEntry(path)) {
         return true;
     }
-    const std::optional<Error> failure = moveToTrash(path);
-    if (!failure) {
-        return true;
-    }
-    // Rights would not spare what is mounted there.
-    const bool isMounted = failure->code == EBUSY;
-    return shouldAuth == ShouldAuth::kYes && !isMounted && withRights(&FileRights::trashFile, path);
+    const std::optional<MoveFailure> failure = moveToTrash(path);
+    return !failure || (shouldAuth == ShouldAuth::kYes && finishWithRights(*failure, path));
 }
 
 bool FWFileManager::trashFile(const std::string& path, Timeout timeout) {

@@ -108,6 +108,22 @@ TEST_F(FWFileManagerCombineTest, OneSourceOntoItselfStaysAsItIs) {
     EXPECT_TRUE(fs::is_symlink(path("soft")));
 }
 
+TEST_F(FWFileManagerCombineTest, AFolderDoesNotReplaceWhatLiesInIt) {
+    folder("folder/inner");
+    made("folder/inner/a", "text");
+    link("folder/inner", "way");
+    for (const char* name : {"folder/inner/a", "folder/inner", "way/a", "folder/inner/new"}) {
+        EXPECT_FALSE(combined({"folder"}, name, DeleteSourceFiles::kYes)) << name;
+        EXPECT_EQ(systemLogged().back(), unopened(name));
+    }
+    EXPECT_EQ(contents("folder/inner/a"), "text");
+    EXPECT_THAT(namesIn(path("folder/inner")), ElementsAre("a"));
+    link("folder", "link");
+    EXPECT_TRUE(combined({"link"}, "folder/inner/a")) << "a link to the folder is no folder";
+    EXPECT_EQ(fs::read_symlink(path("folder/inner/a")), "folder");
+    EXPECT_THAT(asked, IsEmpty());
+}
+
 TEST_F(FWFileManagerCombineTest, OneSourceDoesNotReplaceTheFolderThatItLiesIn) {
     folder("folder/inner");
     made("folder/inner/a", "text");

@@ -203,6 +203,32 @@ TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNothingBehind) {
     EXPECT_EQ(logged().front(), message("Input/output error"));
 }
 
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNoFolderBehindWhateverItsMode) {
+    const std::vector<std::string> names = {"1", "2", "3", "4", "5", "6", "7", "8"};
+    for (const std::string& name : names) {
+        folder("a/" + name + "/inner");
+        made("a/" + name + "/inner/file", "text");
+        ::chmod(path("a/" + name + "/inner").c_str(), 0500);
+        ::chmod(path("a/" + name).c_str(), 0500);
+    }
+    for (const std::string& name : names) { // In whatever order they are listed.
+        ::chmod(path("a/" + name).c_str(), 0);
+        EXPECT_FALSE(FWFileManager::copyFile(path("a"), path("b")));
+        EXPECT_FALSE(exists("b")) << "rights would copy into it";
+        ::chmod(path("a/" + name).c_str(), 0500);
+        setFoldersApart();
+        failRead(std::stoi(name));
+        EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b"), ShouldAuth::kNo));
+        EXPECT_FALSE(exists("b"));
+        setFileCalls({});
+    }
+    EXPECT_EQ(contents("a/1/inner/file"), "text");
+    for (const std::string& name : names) {
+        ::chmod(path("a/" + name).c_str(), 0700);
+        ::chmod(path("a/" + name + "/inner").c_str(), 0700);
+    }
+}
+
 TEST_F(FWFileManagerCopyItemTest, AFullDiskIsAFailureThatLeavesNothingBehind) {
     made("a", someBytes(600'000));
     setFileCalls({.read = {},

@@ -185,23 +185,36 @@ TEST_F(FWFileManagerTouchTest, MakesNoFile) {
 }
 
 TEST_F(FWFileManagerTouchTest, FallsBackToRights) {
-    const std::string file = "/proc/version"; // The superuser's.
+    const std::string file = link("/proc/version", "file"); // The superuser's.
     EXPECT_FALSE(FWFileManager::touchFile(file, SetCreationDate::kNo));
     answer = true;
+    EXPECT_FALSE(FWFileManager::touchFile(file, SetCreationDate::kNo)) << "the tool did nothing";
+    whenAsked = [&] {
+        fs::remove(file);
+        made("file", "has another date");
+    };
     EXPECT_TRUE(FWFileManager::touchFile(file, SetCreationDate::kNo));
-    EXPECT_THAT(
-        asked, ElementsAre("run /usr/bin/touch -c -- " + file, "run /usr/bin/touch -c -- " + file));
+    const std::string call = "run /usr/bin/touch -c -- " + file;
+    EXPECT_THAT(asked, ElementsAre(call, call, call));
 }
 
 TEST_F(FWFileManagerTouchTest, FallsBackToRightsForTheCreationDateToo) {
     ::chmod(made("file", "").c_str(), 0444); // Its owner may set one date but not the other.
     EXPECT_FALSE(FWFileManager::touchFile(path("file"), SetCreationDate::kYes));
     answer = true;
+    EXPECT_FALSE(FWFileManager::touchFile(path("file"), SetCreationDate::kYes))
+        << "the tool did nothing";
+    const std::string begin = "run /usr/bin/xattr -w com.fernwick.creationdate ";
+    whenAsked = [&] {
+        FileAttributes attributes;
+        attributes.creationDate = FileAttributes::Date(
+            std::chrono::nanoseconds(std::stoll(asked.back().substr(begin.size()))));
+        ::chmod(path("file").c_str(), 0644);
+        EXPECT_EQ(setFileAttributes(path("file"), attributes), std::nullopt);
+    };
     EXPECT_TRUE(FWFileManager::touchFile(path("file"), SetCreationDate::kYes));
-    ASSERT_EQ(asked.size(), 2U);
-    EXPECT_THAT(asked[1],
-                testing::MatchesRegex("run /usr/bin/xattr -w com.fernwick.creationdate [0-9]+ " +
-                                      path("file")));
+    ASSERT_EQ(asked.size(), 3U);
+    EXPECT_THAT(asked, testing::Each(testing::MatchesRegex(begin + "[0-9]+ " + path("file"))));
 }
 
 // Waiting

@@ -179,6 +179,26 @@ TEST_F(FWFileManagerMoveTest, AnotherFileThatDiffersInLetterCaseIsInTheWay) {
     EXPECT_EQ(namesIn(path("")).size(), 2U);
 }
 
+TEST_F(FWFileManagerMoveTest, AFileThatStaysUnderTheNameBetweenIsLogged) {
+    made("CLIP.mov", "text");
+    made("clip.mov", "kept");
+    int calls = 0;
+    setFileCalls({.read = {}, .write = {}, .seek = {}, .rename = [&](auto... arguments) {
+                      if (++calls > 1) {
+                          errno = EIO;
+                          return -1;
+                      }
+                      return ::renameat2(arguments...);
+                  }});
+    EXPECT_FALSE(moved(path("CLIP.mov"), path("clip.mov")));
+    std::vector<std::string> expected = messages("CLIP.mov", "clip.mov", "Input/output error");
+    expected.insert(expected.begin(), "Error moving file back from " + path("clip 2.mov") + " to " +
+                                          path("CLIP.mov") + ": Input/output error.");
+    EXPECT_EQ(logged(), expected);
+    EXPECT_EQ(contents("clip 2.mov"), "text");
+    EXPECT_EQ(contents("clip.mov"), "kept");
+}
+
 // To another file system
 
 TEST_F(FWFileManagerMoveTest, AcrossFileSystemsItIsCopiedAndThenRemoved) {
@@ -231,6 +251,32 @@ TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItCopiesLeavesTheSource) {
     EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
 }
 
+TEST_F(FWFileManagerMoveTest, WhatTheDiskDoesNotTakeIsNoReasonToRemoveTheSource) {
+    setFileCalls({.read = {},
+                  .write = {},
+                  .seek = {},
+                  .rename =
+                      [](auto...) {
+                          errno = EXDEV;
+                          return -1;
+                      },
+                  .flush = {},
+                  .flushFileSystem =
+                      [](int) {
+                          errno = EIO;
+                          return -1;
+                      }});
+    folder("a/inner");
+    made("a/inner/file", "text");
+    ::chmod(path("a/inner").c_str(), 0500);
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(contents("a/inner/file"), "text");
+    EXPECT_FALSE(exists("b"));
+    EXPECT_EQ(logged(), messages("a", "b", "Input/output error"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
+    ::chmod(path("a/inner").c_str(), 0700);
+}
+
 TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItRemovesLeavesTheWholeDestination) {
     setFoldersApart();
     folder("a/inner");
@@ -279,6 +325,51 @@ TEST_F(FWFileManagerUniqueNameTest, OnlyThePathsOwnExtensionIsKeptAtTheEnd) {
     }
     folder("folder.x");
     EXPECT_EQ(FWFileManager::uniqueFilename(path("folder.x//")), path("folder 2.x"));
+}
+
+TEST_F(FWFileManagerUniqueNameTest, TheRootHasNoOtherName) {
+    EXPECT_EQ(FWFileManager::uniqueFilename("/"), "/");
+    EXPECT_EQ(FWFileManager::uniqueFilename("//"), "//");
+}
+
+TEST_F(FWFileManagerUniqueNameTest, ALongNameIsShortenedAndNoCharacterCutInTwo) {
+    const auto x = [](std::size_t count) {
+        return std::string(count, 'x');
+    };
+    for (const auto& [name, unique] : std::vector<std::pair<std::string, std::string>>{
+             {x(253), x(253) + " 2"},
+             {x(254), x(253) + " 2"},
+             {x(255), x(253) + " 2"},
+             {x(251) + ".mov", x(249) + " 2.mov"},
+             {x(251) + "\u00E9\u00E9", x(251) + "\u00E9 2"},
+             {x(252) + "\u20AC", x(252) + " 2"},
+             {x(251) + "\U0001F3AC", x(251) + " 2"},
+             {x(250) + "\U0001F3AC.", x(250) + " 2"},
+             {std::string(255, '\x80'), std::string(253, '\x80') + " 2"},
+             {x(3) + "." + std::string(251, 'e'), "x 2." + std::string(251, 'e')},
+             {"x." + std::string(253, 'e'), "x." + std::string(251, 'e') + " 2"}}) {
+        made(name, "");
+        EXPECT_EQ(FWFileManager::uniqueFilename(path(name)), path(unique)) << name;
+        fs::remove(path(name));
+    }
+}
+
+TEST_F(FWFileManagerUniqueNameTest, AShortenedNameMayBeTakenToo) {
+    made(std::string(255, 'x'), "");
+    for (int n = 2; n < 10; ++n) {
+        made(std::string(253, 'x') + " " + std::to_string(n), "");
+    }
+    EXPECT_EQ(FWFileManager::uniqueFilename(path(std::string(255, 'x'))),
+              path(std::string(252, 'x') + " 10"));
+}
+
+TEST_F(FWFileManagerUniqueNameTest, FilesOfOneLongNameAreTrashedWithoutRights) {
+    const std::string name = std::string(251, 'x') + ".mov";
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(FWFileManager::trashFile(made(name, "")));
+    }
+    EXPECT_EQ(namesIn(trash()).size(), 2U);
+    EXPECT_THAT(asked, IsEmpty());
 }
 
 TEST_F(FWFileManagerUniqueNameTest, ALinkTakesItsNameWhereverItPointsTo) {

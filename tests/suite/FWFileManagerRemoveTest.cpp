@@ -318,6 +318,23 @@ TEST_F(FWFileManagerTrashTest, TheTrashMayLieOnAnotherFileSystem) {
     EXPECT_EQ(readText(trashed("folder/inner/file")), "text");
 }
 
+TEST_F(FWFileManagerTrashTest, WhatIsWholeInTheTrashIsOnlyToBeRemovedWithRights) {
+    folder("folder/inner");
+    made("folder/inner/file", "text");
+    setFoldersApart();
+    ::chmod(path("folder/inner").c_str(), 0555);
+    answer = true;
+    EXPECT_TRUE(FWFileManager::trashFile(path("folder")));
+    EXPECT_FALSE(FWFileManager::trashFile(path("folder"), ShouldAuth::kNo));
+    EXPECT_THAT(asked, ElementsAre("remove " + path("folder")))
+        << "to trash it once more would put what is left beside it";
+    EXPECT_EQ(readText(trashed("folder/inner/file")), "text");
+    for (const std::string& inner :
+         {path("folder/inner"), trashed("folder/inner"), trashed("folder 2/inner")}) {
+        ::chmod(inner.c_str(), 0755);
+    }
+}
+
 TEST_F(FWFileManagerTrashTest, AFailureIsNotLoggedAndTheRightsAreTried) {
     folder("folder");
     made("folder/file", "text");

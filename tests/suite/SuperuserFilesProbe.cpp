@@ -1,9 +1,12 @@
 // The file operations as the superuser, on a copy of the machine: locks, mounts and full disks.
+#include "platform/FileDescriptor.h"
 #include "platform/files/FileFacts.h"
 #include "tests/suite/FileOperationTest.h"
 #include "tests/suite/MemoryDisk.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -73,6 +76,51 @@ TEST_F(SuperuserFilesProbe, AFolderIsLockedInItsDepthsAndNotItself) {
     }
 }
 
+TEST_F(SuperuserFilesProbe, AFolderThatIsLockedMayBeDeeperThanPathsAreLong) {
+    const std::string deep = deepFolder("a", 1000);
+    const std::string further = deepFolder("b", 1100);
+    writeText(further + "/file", "text");
+    fs::rename(path("b"), deep + "/b");
+    const FileDescriptor middle(::open(deep.c_str(), O_PATH | O_CLOEXEC));
+    const std::string deepest = "/proc/self/fd/" + std::to_string(middle.get()) + "/" +
+                                further.substr(path("").size()) + "/file";
+    ASSERT_TRUE(fs::exists(deepest));
+    const std::size_t before = openDescriptors();
+    {
+        const FewDescriptors few(before + 50);
+        EXPECT_TRUE(FWFileManager::lockFolder(path("a")));
+        EXPECT_TRUE(FWFileManager::isFileLocked(deepest));
+        EXPECT_TRUE(FWFileManager::isFileLocked(deep));
+        EXPECT_TRUE(FWFileManager::unlockFolder(path("a")));
+        EXPECT_FALSE(FWFileManager::isFileLocked(deepest));
+    }
+    EXPECT_EQ(openDescriptors(), before);
+    EXPECT_TRUE(FWFileManager::removeFile(path("a"), ShouldAuth::kNo)) << "nothing is left locked";
+}
+
+TEST_F(SuperuserFilesProbe, NoLinkThatTakesAFoldersPlaceLeadsOut) {
+    folder("outside");
+    made("outside/file", "text");
+    locked("outside/file");
+    folder("a/inner");
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) {
+            fs::rename(path("a/inner"), path("aside"));
+            link("../outside", "a/inner");
+            fs::remove(path("a/inner"));
+            fs::rename(path("aside"), path("a/inner"));
+        }
+    });
+    for (int i = 0; i < 2000; ++i) {
+        static_cast<void>(FWFileManager::unlockFolder(path("a")));
+    }
+    isOver = true;
+    other.join();
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("outside/file")));
+    FWFileManager::unlockFile(path("outside/file"));
+}
+
 TEST_F(SuperuserFilesProbe, LockedFilesAreRemovedTrashedAndCopied) {
     for (const char* name : {"a", "b", "c"}) {
         made(name, name);
@@ -97,6 +145,22 @@ TEST_F(SuperuserFilesProbe, AMoveUnlocksWhatStandsAtTheDestinationAndBelow) {
     EXPECT_FALSE(FWFileManager::isFileLocked(path("b")));
     EXPECT_FALSE(FWFileManager::isFileLocked(path("b/a/inner")));
     EXPECT_THAT(asked, ElementsAre("move " + path("a") + " " + path("b")));
+}
+
+TEST_F(SuperuserFilesProbe, AMoveUnlocksNothingAroundTheDestination) {
+    folder("a");
+    folder("b/c");
+    made("b/beside", "text");
+    made("b/c/in", "text");
+    locked("b/beside");
+    locked("b/c/in");
+    for (const char* source : {"a/..", "a/.", "a/../", "a/./"}) {
+        EXPECT_FALSE(FWFileManager::moveFile(path(source), path("b/c"), ShouldAuth::kNo));
+    }
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("b/beside")));
+    EXPECT_TRUE(FWFileManager::isFileLocked(path("b/c/in")));
+    FWFileManager::unlockFile(path("b/beside"));
+    FWFileManager::unlockFile(path("b/c/in"));
 }
 
 TEST_F(SuperuserFilesProbe, InALockedFolderEveryPlainStepFails) {
@@ -139,6 +203,59 @@ TEST_F(SuperuserFilesProbe, WhatIsMountedIsLeftAloneAndNoRightsAreTried) {
     EXPECT_FALSE(exists("b"));
     EXPECT_THAT(asked, IsEmpty());
     EXPECT_EQ(logged().front(), "Error removing file: Device or resource busy. Authorizing...");
+}
+
+TEST_F(SuperuserFilesProbe, WhatIsMountedBelowDoesNotGoToAnotherFileSystem) {
+    const MemoryDisk away(path("away"), "1m");
+    folder("a/inner");
+    const MemoryDisk disk(path("a/inner/a disk\n"), "1m");
+    made("a/inner/a disk\n/file", "kept");
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("away/a")));
+    EXPECT_EQ(contents("a/inner/a disk\n/file"), "kept");
+    EXPECT_TRUE(fs::is_empty(path("away"))) << "it would be copied for nothing";
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_EQ(logged().front(), "Error moving file from " + path("a") + " to " + path("away/a") +
+                                    ": Device or resource busy.");
+}
+
+TEST_F(SuperuserFilesProbe, NoRightsAreTriedOnWhatIsMountedWhateverElseIsInTheWay) {
+    folder("locked/a/inner");
+    made("locked/a/file", "text");
+    const MemoryDisk disk(path("locked/a/inner/disk"), "1m");
+    made("locked/a/inner/disk/file", "kept");
+    locked("locked");
+    link("locked", "way");
+    answer = true;
+    for (const std::string& name : {path("locked/a"), path("way/a/"), path("way/./a")}) {
+        EXPECT_FALSE(FWFileManager::trashFile(name));
+        EXPECT_FALSE(FWFileManager::moveFile(name, path("b")));
+        EXPECT_EQ(logged()[logged().size() - 2], "Error moving file from " + name + " to " +
+                                                     path("b") + ": Operation not permitted.");
+    }
+    for (int i = 0; i < 20; ++i) { // Few folders list the one before all the others.
+        const std::string name = "locked/a/" + std::to_string(i);
+        made(name, "text");
+        locked(name);
+    }
+    EXPECT_FALSE(FWFileManager::removeFile(path("locked/a")));
+    EXPECT_EQ(contents("locked/a/inner/disk/file"), "kept");
+    EXPECT_THAT(asked, IsEmpty());
+    FWFileManager::unlockFile(path("locked"));
+    FWFileManager::unlockFolder(path("locked/a"));
+}
+
+TEST_F(SuperuserFilesProbe, AMountBesideIsNoReasonToTryNoRights) {
+    folder("a");
+    const MemoryDisk disk(path("a/disk"), "1m");
+    made("a/dis", "text");
+    made("a/disk 2", "text");
+    locked("a");
+    answer = true;
+    EXPECT_TRUE(FWFileManager::removeFile(path("a/dis")));
+    EXPECT_TRUE(FWFileManager::removeFile(path("a/disk 2")));
+    EXPECT_THAT(asked, ElementsAre("remove " + path("a/dis"), "remove " + path("a/disk 2")));
+    FWFileManager::unlockFile(path("a"));
 }
 
 TEST_F(SuperuserFilesProbe, AMoveToAnotherFileSystemKeepsOwnersModesAndSpecialFiles) {

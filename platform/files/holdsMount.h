@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+namespace fw {
+
+/// Whether anything is mounted on the entry at the path, a link itself, or below it, where the
+/// folders may not even be readable; also when that cannot be told. False when nothing stands
+/// there. Safe from any thread.
+bool holdsMount(const std::string& path);
+
+} // namespace fw
