@@ -97,8 +97,8 @@ bool isSameFolder(const struct stat& folder, const std::string& path) {
            other.st_ino == folder.st_ino;
 }
 
-/// Whether the folder at the path is one of the machine's top folders or the user's home, under
-/// whatever name: through a link, or mounted a second time.
+/// Whether the folder at the path is one of the machine's top folders, the user's home or one of
+/// the main folders there, under whatever name: through a link, or mounted a second time.
 bool isTopFolderByAnotherName(const std::string& path, LinkAtEnd linkAtEnd) {
     struct stat folder {};
     const auto look = linkAtEnd == LinkAtEnd::kTaken ? ::lstat : ::stat;
@@ -110,7 +110,8 @@ bool isTopFolderByAnotherName(const std::string& path, LinkAtEnd linkAtEnd) {
     };
     return std::any_of(kTopFolders.begin(), kTopFolders.end(), isThat) ||
            std::any_of(kKnownFolders.begin(), kKnownFolders.end(), isThat) ||
-           isThat(FWLocalPaths::userDirectory());
+           isThat(FWLocalPaths::userDirectory()) || isThat(FWLocalPaths::documentDirectory(true)) ||
+           isThat(FWLocalPaths::libraryDirectory(true)) || isThat(FWLocalPaths::desktopDirectory());
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "tests/suite/AuthorizationTest.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/WithoutPrivileges.h"
 
 #include <gmock/gmock.h>
@@ -327,6 +328,18 @@ TEST_F(FWAuthorizationRefusals, OfALinkToASystemDirectoryWithASlashBehindIt) {
         }
         EXPECT_TRUE(authorization_.authRemoveFile(path(name))) << "the link itself";
         elevation_.runs.clear();
+    }
+}
+
+TEST_F(FWAuthorizationRefusals, OfTheUsersFoldersUnderTheirRealNameWhenTheHomeIsALink) {
+    fs::create_directories(path("real home"));
+    fs::create_directory_symlink("real home", path("home"));
+    const ScopedEnvironment linked("HOME", path("home"));
+    for (const char* name : {"", "/Documents", "/Library", "/Desktop"}) {
+        fs::create_directories(path("real home") + name);
+        for (const Operation& operation : operations()) {
+            expectRefusal(operation, path("real home") + name);
+        }
     }
 }
 
