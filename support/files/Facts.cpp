@@ -1,9 +1,14 @@
 #include "platform/files/FileAttributes.h"
 #include "platform/files/FileFacts.h"
+#include "platform/files/FileIdentity.h"
 #include "platform/workspace/filePackage.h"
 #include "support/FWFileManager.h"
 
 namespace fw {
+
+bool FWFileManager::fileExistsAtPath(const std::string& path) {
+    return fileIdentity(path).has_value();
+}
 
 bool FWFileManager::isDirectoryAtPath(const std::string& path) {
     return isFolder(path);

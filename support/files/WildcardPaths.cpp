@@ -1,9 +1,7 @@
 #include "base/text.h"
+#include "platform/files/FileFacts.h"
 #include "support/FWFileManager.h"
 #include "support/files/WildcardPattern.h"
-
-#include <filesystem>
-#include <system_error>
 
 namespace fw {
 namespace {
@@ -38,14 +36,11 @@ void addIfThere(Paths& paths, const std::string& folder, std::string_view name) 
 
 /// A folder that cannot be read has no entries.
 void addMatching(Paths& paths, const std::string& folder, const WildcardPattern& pattern) {
-    // A path with a zero byte would be cut there and name another folder.
-    if (folder.find('\0') != std::string::npos) {
+    const Result<std::vector<std::string>> names = folderEntries(folder);
+    if (!names) {
         return;
     }
-    std::error_code failure;
-    for (std::filesystem::directory_iterator entry(folder, failure), end; !failure && entry != end;
-         entry.increment(failure)) {
-        const std::string name = entry->path().filename().string();
+    for (const std::string& name : names.value()) {
         if (pattern.matches(name)) {
             addIfThere(paths, folder, name);
         }
@@ -54,14 +49,15 @@ void addMatching(Paths& paths, const std::string& folder, const WildcardPattern&
 
 Paths nextPaths(const Paths& folders, std::string_view component) {
     Paths paths;
-    const bool hasWildcard = component.find('*') != std::string_view::npos;
-    const WildcardPattern pattern(component);
-    for (const std::string& folder : folders) {
-        if (hasWildcard) {
-            addMatching(paths, folder, pattern);
-        } else {
+    if (component.find('*') == std::string_view::npos) {
+        for (const std::string& folder : folders) {
             addIfThere(paths, folder, component);
         }
+        return paths;
+    }
+    const WildcardPattern pattern(component);
+    for (const std::string& folder : folders) {
+        addMatching(paths, folder, pattern);
     }
     return paths;
 }
