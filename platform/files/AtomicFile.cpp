@@ -3,6 +3,8 @@
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
+#include "platform/files/fileModes.h"
+#include "platform/files/writeAll.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,9 +18,6 @@
 
 namespace fw {
 namespace {
-
-constexpr mode_t kPermissions = 07777;
-constexpr mode_t kPlainPermissions = 0777; // Without set-user-ID, set-group-ID and sticky.
 
 /// The part of a path before its last component, with the slash.
 std::string folderOf(const std::string& path) {
@@ -72,19 +71,6 @@ Result<Identity> identityOf(const std::string& path, mode_t modeOfNewFile) {
     return Identity{modeOfNewFile, false, 0, 0};
 }
 
-/// 0, or an errno.
-int writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written >= 0) {
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
-
 /// A file beside the one to be replaced; it goes unless it takes its place.
 class Replacement {
 public:
@@ -103,7 +89,9 @@ public:
     /// 0, or the errno of the first step that failed.
     int failure() const { return failure_; }
 
-    void fill(std::string_view bytes) { note(failure_ != 0 ? 0 : writeAll(file_.get(), bytes)); }
+    void fill(std::string_view bytes) {
+        note(failure_ != 0 ? 0 : writeAll(::write, file_.get(), bytes.data(), bytes.size()));
+    }
 
     void takeOver(const Identity& identity) {
         if (failure_ != 0) {

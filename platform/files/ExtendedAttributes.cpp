@@ -11,9 +11,10 @@ namespace {
 
 constexpr std::size_t kMostBytes = 65536; // No attribute is longer.
 
+constexpr std::string_view kPrefix = "user.";
+
 std::string nameOnDisk(const std::string& name) {
-    std::string whole = "user.";
-    return whole.append(name);
+    return std::string(kPrefix).append(name);
 }
 
 /// A zero byte would cut the text, and another file or attribute would be meant.
@@ -55,6 +56,10 @@ std::optional<Error> removeExtendedAttribute(const std::string& path, const std:
         return posixError(EINVAL);
     }
     return failure(::removexattr(path.c_str(), nameOnDisk(name).c_str()));
+}
+
+bool isAttributeOfUsers(std::string_view nameOnDisk) {
+    return nameOnDisk.starts_with(kPrefix);
 }
 
 } // namespace fw

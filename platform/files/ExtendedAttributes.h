@@ -22,4 +22,7 @@ setExtendedAttribute(const std::string& path, const std::string& name, std::stri
 [[nodiscard]] std::optional<Error> removeExtendedAttribute(const std::string& path,
                                                            const std::string& name);
 
+/// Whether the name of an attribute as it stands on the disk is that of a user.
+bool isAttributeOfUsers(std::string_view nameOnDisk);
+
 } // namespace fw

@@ -6,6 +6,7 @@
 #include "platform/files/copyMetadata.h"
 #include "platform/files/fileCalls.h"
 #include "platform/files/removeItem.h"
+#include "platform/files/writeAll.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -30,19 +31,6 @@ int failureOf(int result) {
     return result == 0 ? 0 : errno;
 }
 
-int writeAll(const FileCalls& calls, int to, const std::byte* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t written = calls.write(to, bytes, count);
-        if (written >= 0) {
-            bytes += written;
-            count -= static_cast<std::size_t>(written);
-        } else if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
-}
-
 int copyBytes(int from, int to) {
     const std::shared_ptr<const FileCalls> calls = currentFileCalls();
     std::vector<std::byte> block(kBlockBytes);
@@ -55,7 +43,7 @@ int copyBytes(int from, int to) {
             return errno;
         }
         const std::size_t length = count < 0 ? 0 : static_cast<std::size_t>(count);
-        if (const int failure = writeAll(*calls, to, block.data(), length); failure != 0) {
+        if (const int failure = writeAll(calls->write, to, block.data(), length); failure != 0) {
             return failure;
         }
     }

@@ -1,18 +1,15 @@
 #include "platform/files/copyMetadata.h"
 
+#include "platform/files/ExtendedAttributes.h"
 #include "platform/files/FileAttributes.h"
+#include "platform/files/fileModes.h"
 
 #include <fcntl.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <string_view>
-
 namespace fw {
 namespace {
-
-constexpr mode_t kPermissions = 07777;
-constexpr mode_t kPlainPermissions = 0777; // Without set-user-ID, set-group-ID and sticky.
 
 /// The name by which the system knows an open file of this process.
 std::string pathOf(int descriptor) {
@@ -36,7 +33,7 @@ void copyExtendedAttributes(int from, int to) {
     // Each name ends in a zero byte.
     for (std::size_t begin = 0; begin < names.size(); begin = names.find('\0', begin) + 1) {
         const char* const name = names.data() + begin;
-        if (std::string_view(name).starts_with("user.")) {
+        if (isAttributeOfUsers(name)) {
             copyAttribute(from, to, name);
         }
     }

@@ -1,6 +1,7 @@
 #include "platform/files/permissions.h"
 
 #include "platform/PosixError.h"
+#include "platform/files/fileModes.h"
 
 #include <sys/stat.h>
 
@@ -9,7 +10,6 @@
 namespace fw {
 
 std::optional<Error> setPermissions(const std::string& path, unsigned permissions) {
-    constexpr unsigned kPermissions = 07777;
     // A path with a zero byte would be cut there and name another file.
     if (path.find('\0') != std::string::npos) {
         return posixError(EINVAL);

@@ -67,6 +67,7 @@ bool FWFileManager::trashDirectoryContents(const std::string& folder, ShouldAuth
     return isDone;
 }
 
+/// Deliberate: an empty extension is that of every file that has none.
 std::vector<std::string> FWFileManager::trashFilesOfType(const std::string& extension,
                                                          const std::string& folder) {
     return trashWhere(folder, [wanted = lowerCased(extension)](std::string_view name) {

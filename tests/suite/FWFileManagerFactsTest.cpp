@@ -1,6 +1,8 @@
 #include "platform/files/FileAttributes.h"
+#include "platform/mainthread/MainThread.h"
 #include "tests/suite/FileOperationTest.h"
 
+#include <functional>
 #include <gmock/gmock.h>
 #include <limits>
 
@@ -255,20 +257,21 @@ TEST_F(FWFileManagerWaitTest, AFileThatStandsStillIsWaitedForASecond) {
 }
 
 TEST_F(FWFileManagerWaitTest, AFileThatIsWrittenIsWaitedForUntilItStandsStill) {
-    made("file", "");
+    std::ofstream file(path("file"));
     std::chrono::steady_clock::time_point end;
-    std::thread writer([&] {
-        std::ofstream file(path("file"));
-        for (int i = 0; i < 15; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            file << "more" << std::flush;
-        }
+    int left = 15;
+    const std::function<void()> write = [&] {
         end = std::chrono::steady_clock::now();
-    });
+        file << "more" << std::flush;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (--left > 0) {
+            postToMainThread(write);
+        }
+    };
+    ASSERT_TRUE(isMainThread());
+    postToMainThread(write);
     EXPECT_TRUE(FWFileManager::waitForFileWrites(path("file")));
-    const auto now = std::chrono::steady_clock::now();
-    writer.join();
-    EXPECT_GE(now - end, std::chrono::milliseconds(900));
+    EXPECT_GE(std::chrono::steady_clock::now() - end, std::chrono::seconds(1));
     EXPECT_EQ(FWFileManager::fileSize(path("file")), 60U);
     EXPECT_THAT(systemLogged(),
                 ElementsAre("File " + path("file") + " is currently being written to. Waiting...",
@@ -279,9 +282,9 @@ TEST_F(FWFileManagerWaitTest, AMissingFileIsNotWaitedFor) {
     EXPECT_FALSE(FWFileManager::waitForFileWrites(path("missing")));
     EXPECT_FALSE(FWFileManager::waitForFileWrites("", LockFile::kYes));
     made("file", "");
-    std::thread other([&] { fs::remove(path("file")); });
-    EXPECT_FALSE(FWFileManager::waitForFileWrites(path("file")));
-    other.join();
+    ASSERT_TRUE(isMainThread());
+    postToMainThread([this] { fs::remove(path("file")); });
+    EXPECT_FALSE(FWFileManager::waitForFileWrites(path("file"))) << "gone while it is waited for";
     EXPECT_THAT(systemLogged(), IsEmpty());
 }
 

@@ -133,6 +133,17 @@ TEST_F(FWFileManagerFolderTest, TrashesFilesOfATypeInAllFolders) {
     EXPECT_THAT(namesIn(path("a")), ElementsAre(".mov", "3.mp4", "folder.mov", "inner", "mov"));
 }
 
+TEST_F(FWFileManagerFolderTest, AnEmptyExtensionMeansEveryFileWithoutOneDeliberately) {
+    folder("a/inner");
+    for (const char* name : {"a/1.mov", "a/plain", "a/.hidden", "a/dot.", "a/inner/other"}) {
+        made(name, "");
+    }
+    EXPECT_THAT(FWFileManager::trashFilesOfType("", path("a")),
+                UnorderedElementsAre(path("a/plain"), path("a/.hidden"), path("a/dot."),
+                                     path("a/inner/other")));
+    EXPECT_THAT(namesIn(path("a")), ElementsAre("1.mov", "inner"));
+}
+
 TEST_F(FWFileManagerFolderTest, TrashesFilesOfANameInAllFolders) {
     folder("a/name");
     for (const char* name : {"a/name/name", "a/Name", "a/name.x", "a/name/other"}) {
