@@ -13,8 +13,8 @@ public:
 };
 
 /// Where results go. Every text is on its way when write returns, so that nothing found is lost.
-/// The reader of a pipe that takes nothing is waited for, until the program is asked to end (SignalWatch.h):
-/// then for a second more.
+/// The reader of a pipe that takes nothing is waited for, until the program is asked to end
+/// (SignalWatch.h): then for a second more.
 class Output {
 public:
     explicit Output(int descriptor) : descriptor_(descriptor) {}
