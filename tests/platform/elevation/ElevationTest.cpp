@@ -272,6 +272,9 @@ TEST_F(Elevation, AnAdministratorsPasswordIsGivenTwiceToEachCall) {
 }
 
 TEST_F(Elevation, WithoutAPipeForThePasswordNothingIsAsked) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "The sanitizer needs a pipe itself to look at an object's type.";
+#endif
     const auto users = created(createAuthorization(ownName(), kPassword));
     const auto administrators = created(createAuthorization(otherName(), kPassword));
     rlimit before = {};
