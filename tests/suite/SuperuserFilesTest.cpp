@@ -1,19 +1,11 @@
-#include "tests/support/OwnRoot.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdlib>
+#include "tests/support/OwnRootTest.h"
 
 namespace fw {
 namespace {
 
-TEST(SuperuserFilesTest, LocksMountsAndFullDisks) {
-    const test::OwnRoot root;
-    const std::string obstacle = root.obstacle();
-    if (!obstacle.empty()) {
-        ASSERT_EQ(std::getenv("FERNWICK_REQUIRE_OWN_ROOT"), nullptr) << obstacle;
-        GTEST_SKIP() << obstacle;
-    }
+class SuperuserFilesTest : public test::OwnRootTest {};
+
+TEST_F(SuperuserFilesTest, LocksMountsAndFullDisks) {
     const auto outcome =
         root.run("FERNWICK_OWN_ROOT=yes $PROGRAMS/superuser_files_probe", {FW_FILES_PROBE});
     EXPECT_EQ(outcome.status, 0) << outcome.output;
