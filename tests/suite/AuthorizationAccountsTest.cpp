@@ -16,16 +16,21 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-/// Makes the accounts on the copy of the machine. `probe USER INSTRUCTION...` runs the probe for a
-/// user without a terminal, `terminal USER PASSWORD COMMAND...` a shell command on one.
+/// Makes the accounts on the copy of the machine, in place of any of those names that the machine
+/// has. `probe USER INSTRUCTION...` runs the probe for a user without a terminal, `terminal USER
+/// PASSWORD COMMAND...` a shell command on one.
 constexpr const char* kAccounts = R"(
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
-for user in anna berta plain limited free; do useradd --create-home --shell /bin/sh $user; done
+for user in anna berta plain limited free; do
+    userdel --force --remove $user >/dev/null 2>&1 || true
+    useradd --create-home --shell /bin/sh $user
+done
 for user in anna berta; do gpasswd --add $user sudo >/dev/null; done
 echo 'limited ALL=(root) /bin/ls' >/etc/sudoers.d/limited
 echo 'free ALL=(ALL) NOPASSWD: ALL' >/etc/sudoers.d/free
 printf '%s\n' anna:annas berta:bertas plain:plains limited:limiteds free:frees root:roots | chpasswd
-mkdir /data
+mkdir -p /data
+mount -t tmpfs -o mode=755 tmpfs /data
 as() {
     user=$1
     shift

@@ -14,11 +14,13 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-/// The log of a real superuser, on a copy of the machine.
+/// The log of a real superuser, on a copy of the machine; the machine's own Library, where it has
+/// one, is not there.
 class SuperuserLogTest : public test::OwnRootTest {
 protected:
     std::string outputOf(const std::string& script) const {
-        const auto outcome = root.run("export HOME=/tmp/home\n" + script, {FW_LOG_PROBE});
+        const auto outcome =
+            root.run("rm -rf /Library\nexport HOME=/tmp/home\n" + script, {FW_LOG_PROBE});
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         return outcome.output;
     }
@@ -46,8 +48,7 @@ TEST_F(SuperuserLogTest, IsEmptiedByTheNextOneWhileTheUsersLogsAreRotated) {
 }
 
 TEST_F(SuperuserLogTest, NeedsTheMachinesFolder) {
-    EXPECT_THAT(outputOf("rm -rf /Library\n"
-                         "$PROGRAMS/log_probe user=real create=Probe\n"
+    EXPECT_THAT(outputOf("$PROGRAMS/log_probe user=real create=Probe\n"
                          "ls -d /Library /tmp/home/Library/Logs/Fernwick || true"),
                 AllOf(StartsWith("Unable to create log file /Library/Logs/Fernwick/Probe.1.log - "
                                  "No such file or directory\n"),
