@@ -23,18 +23,17 @@ Result<std::unique_ptr<AudioDecoder>> AudioDecoder::open(ContainerSource& source
 }
 
 AudioDecoder::AudioDecoder(std::unique_ptr<DamageWatch> damage, StreamDecoder input)
-    : damage_(std::move(damage)), input_(std::move(input)) {}
+    : damage_(std::move(damage)), input_(std::move(input)), start_(*input_.format) {}
 
 const AVFrame* AudioDecoder::next() {
     for (int errorsInARow = 0; errorsInARow <= kMostErrorsInARow;) {
         const int result = avcodec_receive_frame(input_.codec.get(), frame_.get());
         if (result == 0) {
-            hasDecoded_ = true;
             noteDamageIn(*frame_);
             return frame_.get();
         }
         if (result == AVERROR_EOF) {
-            return nullptr;
+            break;
         }
         if (result == AVERROR(EAGAIN)) {
             feed();
@@ -43,6 +42,7 @@ const AVFrame* AudioDecoder::next() {
             ++errorsInARow;
         }
     }
+    noteEnd();
     return nullptr;
 }
 
@@ -56,6 +56,7 @@ void AudioDecoder::feed() {
         avcodec_send_packet(input_.codec.get(), nullptr);
         return;
     }
+    start_.packet(*packet_);
     const int sent = avcodec_send_packet(input_.codec.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0) {
@@ -64,17 +65,43 @@ void AudioDecoder::feed() {
 }
 
 void AudioDecoder::noteDamageIn(const AVFrame& frame) {
+    if (!hasDecoded_ && frame.best_effort_timestamp != AV_NOPTS_VALUE) {
+        noteIfAny(start_.damageBefore(frame.best_effort_timestamp, toleranceTicks()));
+    }
+    hasDecoded_ = true;
     if (damage_->takeDamage() || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 ||
         frame.decode_error_flags != 0) {
         noteDamage(AVERROR_INVALIDDATA);
     }
 }
 
+/// The first pieces of coders that borrow from the piece before are lost where sound was cut out.
+std::int64_t AudioDecoder::toleranceTicks() const {
+    constexpr AVRational kTolerance{1, 2}; // Seconds.
+    return av_rescale_q(1, kTolerance, input_.stream->time_base);
+}
+
+void AudioDecoder::noteEnd() {
+    if (!hasDecoded_) {
+        noteIfAny(start_.damageOfAll(
+            mediaError(MediaErrorCode::kDamagedSound, "No sound can be decoded.")));
+    }
+}
+
+void AudioDecoder::noteIfAny(const std::optional<Error>& error) {
+    if (error) {
+        keepFirst(firstError_, *error);
+    }
+}
+
 /// Until a first piece has decoded, data that does not decode may belong to sound before it.
 void AudioDecoder::noteDamage(int code) {
+    const Error error = mediaError(MediaErrorCode::kDamagedSound,
+                                   "Sound data is damaged (" + libavText(code) + ").");
     if (hasDecoded_) {
-        keepFirst(firstError_, mediaError(MediaErrorCode::kDamagedSound,
-                                          "Sound data is damaged (" + libavText(code) + ")."));
+        keepFirst(firstError_, error);
+    } else {
+        start_.failed(error);
     }
 }
 

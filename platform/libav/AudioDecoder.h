@@ -6,8 +6,10 @@
 #include "platform/libav/ContainerSource.h"
 #include "platform/libav/DamageWatch.h"
 #include "platform/libav/Handles.h"
+#include "platform/libav/StartWatch.h"
 #include "platform/libav/StreamDecoder.h"
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -23,8 +25,8 @@ public:
     /// The next piece of sound, valid until the next call; null at the end of the stream.
     const AVFrame* next();
 
-    /// The first damage: data that does not decode after the first piece that did, data marked as
-    /// corrupt, a failed read.
+    /// The first damage: data that does not decode after the first piece that did, a start or a
+    /// whole of which nothing decodes, data marked as corrupt, a failed read.
     const std::optional<Error>& firstError() const { return firstError_; }
     const AVFormatContext& format() const { return *input_.format; }
     const AVStream& stream() const { return *input_.stream; }
@@ -34,6 +36,9 @@ private:
 
     void feed();
     void noteDamageIn(const AVFrame& frame);
+    std::int64_t toleranceTicks() const;
+    void noteEnd();
+    void noteIfAny(const std::optional<Error>& error);
     void noteDamage(int code);
 
     std::unique_ptr<DamageWatch> damage_; ///< Outlives the decoder that it listens to.
@@ -41,6 +46,7 @@ private:
     FrameHandle frame_ = makeFrame();
     PacketHandle packet_ = makePacket();
     std::optional<Error> firstError_;
+    StartWatch start_;
     bool hasDecoded_ = false;
 };
 

@@ -49,7 +49,7 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& so
 PictureDecoder::PictureDecoder(FormatHandle format, std::unique_ptr<DamageWatch> damage,
                                CodecHandle codec, AVStream* stream)
     : format_(std::move(format)), damage_(std::move(damage)), codec_(std::move(codec)),
-      stream_(stream), timing_(*format_, *stream), watch_(*stream->codecpar) {}
+      stream_(stream), timing_(*format_, *stream), watch_(*stream->codecpar), start_(*format_) {}
 
 /// Frames of a program stream may have no time of their own; right after a seek theirs are guessed.
 /// A real one comes at least every 0.7 s (ISO/IEC 13818-1, 2.7.4).
@@ -63,6 +63,7 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     avcodec_flush_buffers(codec_.get());
     av_packet_unref(packet_.get());
     firstError_.reset();
+    start_ = StartWatch(*format_);
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
     reached_ = MediaTime::zero();
@@ -94,7 +95,9 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
             hasEnded_ = !feed();
         } else {
             noteDamage(result);
-            hasEnded_ = ++errorsInARow > kMostErrorsInARow;
+            if (++errorsInARow > kMostErrorsInARow) {
+                noteEnd();
+            }
         }
     }
     return std::nullopt;
@@ -119,6 +122,7 @@ bool PictureDecoder::feed() {
 }
 
 void PictureDecoder::send() {
+    start_.packet(*packet_);
     const int sent = avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0 && sent != AVERROR_EOF) {
@@ -181,6 +185,10 @@ void PictureDecoder::noteEnd() {
     if (damage_->takeDamage()) {
         noteDamage(AVERROR_INVALIDDATA);
     }
+    if (framesSinceSeek_ == 0) {
+        noteIfAny(start_.damageOfAll(
+            mediaError(MediaErrorCode::kDamagedPicture, "No picture can be decoded.")));
+    }
     if (missingSeconds() > 0) {
         note(mediaError(
             MediaErrorCode::kEndsEarly,
@@ -192,13 +200,22 @@ void PictureDecoder::note(const Error& error) {
     keepFirst(firstError_, error);
 }
 
+void PictureDecoder::noteIfAny(const std::optional<Error>& error) {
+    if (error) {
+        note(*error);
+    }
+}
+
 /// Until a first frame has decoded, data that does not decode may belong to frames before the
 /// place where reading began.
 void PictureDecoder::noteDamage(int code) {
+    const Error error = mediaError(MediaErrorCode::kDamagedPicture,
+                                   secondsText("Picture data is damaged near %.3f s", reached_) +
+                                       " (" + libavText(code) + ").");
     if (framesSinceSeek_ > 0) {
-        note(mediaError(MediaErrorCode::kDamagedPicture,
-                        secondsText("Picture data is damaged near %.3f s", reached_) + " (" +
-                            libavText(code) + ")."));
+        note(error);
+    } else {
+        start_.failed(error);
     }
 }
 
@@ -206,8 +223,11 @@ PictureDecoder::Frame PictureDecoder::taken() {
     if (damage_->takeDamage() || isDamaged(*frame_)) {
         noteDamage(AVERROR_INVALIDDATA);
     }
-    ++framesSinceSeek_;
     const auto timestamp = timestampOf(*frame_);
+    if (framesSinceSeek_ == 0 && timestamp) {
+        noteIfAny(start_.damageBefore(*timestamp, timing_.frameTicks() / 2));
+    }
+    ++framesSinceSeek_;
     if (!timestamp) {
         return {frame_.get(), MediaTime::invalid()};
     }

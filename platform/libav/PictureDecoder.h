@@ -7,6 +7,7 @@
 #include "platform/libav/DamageWatch.h"
 #include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
+#include "platform/libav/StartWatch.h"
 #include "platform/libav/StreamTiming.h"
 
 #include <memory>
@@ -35,7 +36,8 @@ public:
     std::optional<Frame> next();
 
     /// The first damage since opening or seeking: data that does not decode after the first frame
-    /// that did, data marked as corrupt, a failed read, an end clearly before the stated one.
+    /// that did or the first key frame, data marked as corrupt, a failed read, an end clearly
+    /// before the stated one.
     const std::optional<Error>& firstError() const { return firstError_; }
     const StreamTiming& timing() const { return timing_; }
     AVCodecID codec() const { return codec_->codec_id; }
@@ -53,6 +55,7 @@ private:
     bool isRepeated(const AVFrame& frame) const;
     void noteEnd();
     void note(const Error& error);
+    void noteIfAny(const std::optional<Error>& error);
     void noteDamage(int code);
     Frame taken();
     std::optional<std::int64_t> timestampOf(const AVFrame& frame) const;
@@ -66,6 +69,7 @@ private:
     FrameHandle frame_ = makeFrame();
     PacketHandle packet_ = makePacket();
     std::optional<Error> firstError_;
+    StartWatch start_;
     std::int64_t framesSinceSeek_ = 0;
     std::optional<std::int64_t> lastTimestamp_;
     MediaTime reached_ = MediaTime::zero(); ///< The latest end of a frame.

@@ -348,6 +348,35 @@ TEST_F(Audio, thatIsDamagedFailsAndKeepsWhatStillDecodes) {
     EXPECT_GT(sound.samples().size(), 150000U);
 }
 
+TEST_F(Audio, ofWhichNothingOrNoStartDecodesHasNoWaveform) {
+    const auto file = code16("a.m4a", risingTone(96000, 1), 1, {"-c:a", "aac"});
+    for (const char* damage : {"noise=amount=1", "noise=amount='lt(n,45)'"}) {
+        for (const char* name : {"damaged.m4a", "damaged.mkv"}) {
+            SCOPED_TRACE(std::string(damage) + " " + name);
+            test::runFfmpeg({"-i", file, "-c", "copy", "-bsf:a", damage, path(name)});
+            const auto asset = openLibavAsset(path(name));
+            const ReadSound sound = readSound(*asset);
+            EXPECT_EQ(sound.status, Status::kFailed);
+            ASSERT_TRUE(sound.error);
+            EXPECT_EQ(sound.error->code, static_cast<std::int64_t>(MediaErrorCode::kDamagedSound));
+            float maximum = 5;
+            EXPECT_FALSE(FWAVFoundation::waveformDataForAsset(*asset, &maximum));
+            EXPECT_EQ(maximum, 5);
+            std::filesystem::remove(path(name));
+        }
+    }
+}
+
+/// The first pieces of MP3 may borrow from pieces before them.
+TEST_F(Audio, thatWasCutOutOfALongerOneIsWhole) {
+    const auto file = code16("a.mp3", risingTone(96000, 1), 1, {"-c:a", "libmp3lame"});
+    const std::string bytes = test::readText(file);
+    test::writeText(path("cut.mp3"), bytes.substr(bytes.size() / 2));
+    const ReadSound sound = readSound(*openLibavAsset(path("cut.mp3")));
+    EXPECT_EQ(sound.status, Status::kCompleted) << words(sound.error);
+    EXPECT_GT(sound.samples().size(), 40000U);
+}
+
 TEST_F(Audio, withoutASampleGivesAnEmptyWaveform) {
     const std::string file = path("empty.wav");
     test::runFfmpeg({"-f", "lavfi", "-i", "anullsrc", "-t", "0", "-c:a", "pcm_s16le", file});

@@ -226,6 +226,61 @@ TEST_F(BadInput, damagedInThePictureDataFailsAndLosesNothingThatDecodes) {
     }
 }
 
+/// Where the container tells no length nothing but the decoder shows that pictures are missing.
+TEST_F(BadInput, ofWhichNoPictureDecodesFailsAndIsNotAMovieOfNoPictures) {
+    for (const char* codec : {"libx264", "ffv1", "prores_ks"}) {
+        makeNumberedMovie(path("whole.mkv"), 20, "25:1", {"-c:v", codec});
+        runFfmpeg({"-i", path("whole.mkv"), "-c", "copy", "-bsf:v", "noise=amount=1", "-live", "1",
+                   path("noise.mkv")});
+        const ReadMovie movie = readMovie(*openLibavAsset(path("noise.mkv")), PixelLayout::k2vuy);
+        EXPECT_TRUE(movie.frames.empty()) << codec;
+        expectFailure(movie, MediaErrorCode::kDamagedPicture);
+        std::filesystem::remove(path("whole.mkv"));
+        std::filesystem::remove(path("noise.mkv"));
+    }
+}
+
+TEST_F(BadInput, damagedInItsFirstPictureFails) {
+    for (const auto& [name, codec] :
+         {std::pair{"a.flv", "libx264"}, std::pair{"b.mkv", "prores_ks"},
+          std::pair{"c.mkv", "libx264"}, std::pair{"d.avi", "mpeg4"}}) {
+        makeNumberedMovie(path(name), 60, "25:1", {"-c:v", codec, "-g", "10"});
+        const std::string damaged = path(std::string("damaged.") + name);
+        runFfmpeg({"-i", path(name), "-c", "copy", "-bsf:v", "noise=amount='lt(n,1)'", damaged});
+        const ReadMovie movie = readMovie(*openLibavAsset(damaged), PixelLayout::k2vuy);
+        EXPECT_GE(movie.frames.size(), 48U) << name;
+        EXPECT_LT(movie.frames.size(), 60U) << name;
+        expectFailure(movie, MediaErrorCode::kDamagedPicture);
+    }
+}
+
+/// What a recording begins with may refer to pictures before it.
+TEST_F(BadInput, thatBeginsInMidstreamIsWholeFromItsFirstKeyFrameOn) {
+    for (const std::vector<std::string>& codec :
+         {std::vector<std::string>{"-c:v", "libx264", "-bf", "2", "-g", "20"},
+          std::vector<std::string>{"-c:v", "mpeg2video", "-bf", "2", "-g", "20"}}) {
+        makeNumberedMovie(path("a.ts"), 60, "25:1", codec);
+        const std::string whole = bytesOf("a.ts");
+        const std::size_t packets = whole.size() / 188;
+        const std::string cut = write("cut.ts", whole.substr(packets / 4 * 188));
+        const ReadMovie movie = readMovie(*openLibavAsset(cut), PixelLayout::k2vuy);
+        EXPECT_GE(movie.frames.size(), 20U) << codec[1];
+        EXPECT_LT(movie.frames.size(), 60U) << codec[1];
+        EXPECT_EQ(movie.status, AssetReader::Status::kCompleted)
+            << codec[1] << ": " << test::words(movie.error);
+    }
+}
+
+TEST_F(BadInput, withoutAnyKeyFrameFails) {
+    makeNumberedMovie(path("a.ts"), 60, "25:1", {"-c:v", "mpeg2video", "-g", "100"});
+    const std::string whole = bytesOf("a.ts");
+    const std::size_t packets = whole.size() / 188;
+    const std::string cut = write("cut.ts", whole.substr(packets / 2 * 188));
+    const ReadMovie movie = readMovie(*openLibavAsset(cut), PixelLayout::k2vuy);
+    EXPECT_TRUE(movie.frames.empty());
+    expectFailure(movie, MediaErrorCode::kDamagedPicture);
+}
+
 /// These decoders fill in what does not decode and mark nothing.
 TEST_F(BadInput, damagedLightlyFailsWhereTheDecoderHidesIt) {
     for (const std::vector<std::string>& codec :
