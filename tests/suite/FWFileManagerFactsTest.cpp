@@ -194,6 +194,7 @@ TEST_F(FWFileManagerTouchTest, FallsBackToRights) {
     whenAsked = [&] {
         fs::remove(file);
         made("file", "has another date");
+        fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1));
     };
     EXPECT_TRUE(FWFileManager::touchFile(file, SetCreationDate::kNo));
     const std::string call = "run /usr/bin/touch -c -- " + file;
