@@ -1,5 +1,6 @@
 // waveform_svg MOVIE FILE.svg: draws the waveform of a movie's first sound track. Exit status: 0
-// done, 1 there is no sound that can be decoded or the file cannot be written, 64 wrong arguments.
+// done, 1 the movie cannot be opened, has no sound that can be decoded, or the file cannot be
+// written, 64 wrong arguments.
 #include "media/FWAVFoundation.h"
 #include "platform/libav/LibavAsset.h"
 
@@ -21,10 +22,9 @@ struct Waveform {
     float largest = 0.0F;
 };
 
-std::optional<Waveform> waveformOf(const std::string& movie) {
+std::optional<Waveform> waveformOf(const fw::Asset& movie) {
     Waveform waveform;
-    const auto bytes =
-        fw::FWAVFoundation::waveformDataForAsset(*fw::openLibavAsset(movie), &waveform.largest);
+    const auto bytes = fw::FWAVFoundation::waveformDataForAsset(movie, &waveform.largest);
     if (!bytes) {
         return std::nullopt;
     }
@@ -70,7 +70,13 @@ int main(int argc, char** argv) {
         std::fputs("usage: waveform_svg MOVIE FILE.svg\n", stderr);
         return 64;
     }
-    const auto waveform = waveformOf(argv[1]);
+    const auto movie = fw::openLibavAsset(argv[1]);
+    if (movie->error()) {
+        std::fprintf(stderr, "waveform_svg: %s: %s\n", argv[1],
+                     movie->error()->description.c_str());
+        return 1;
+    }
+    const auto waveform = waveformOf(*movie);
     if (!waveform) {
         std::fprintf(stderr, "waveform_svg: %s has no sound that can be decoded\n", argv[1]);
         return 1;

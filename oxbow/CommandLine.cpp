@@ -9,10 +9,12 @@
 #include <functional>
 #include <limits>
 #include <sstream>
+#include <string_view>
 
 namespace fw {
 namespace {
 
+constexpr const char* kMovie = "movie";
 constexpr std::int64_t kHighestLevel = 1023;
 constexpr std::int64_t kHighestSensitivity = 10;
 
@@ -107,9 +109,10 @@ void addFlashOptions(CLI::App& scan, ScanSettings& settings) {
 }
 
 void addScanOptions(CLI::App& scan, ScanRequest& request) {
-    scan.add_option("movie", request.settings.movie, "The movie to scan")
+    scan.add_option(kMovie, request.settings.movie, "The movie to scan")
         ->required()
-        ->type_name("MOVIE");
+        ->type_name("MOVIE")
+        ->check([](const std::string& path) { return path.empty() ? "The path is empty." : ""; });
     addRangeOptions(scan, request.settings);
     addDepth(scan, request.settings.depth);
     addLevelOptions(scan, request.settings);
@@ -125,13 +128,23 @@ std::string capturedExit(const CLI::App& app, const CLI::ParseError& error) {
     return text.str();
 }
 
+/// What people mean when they leave out what must be there.
+std::string hintFor(const CLI::ParseError& error) {
+    if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError)) {
+        return "";
+    }
+    const bool isMovie = std::string_view(error.what()).starts_with(kMovie);
+    return isMovie ? "; one whose name begins with - goes behind --" : ": scan or demo";
+}
+
 Advice adviceFor(const CLI::App& app, const CLI::ParseError& error) {
     const bool isHelp = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
     if (isHelp) {
         return {ExitStatus::kNoFaults, capturedExit(app, error)};
     }
     return {ExitStatus::kUsage,
-            std::string("oxbow: ") + error.what() + "\nRun oxbow --help, or oxbow scan --help.\n"};
+            fmt::format("oxbow: {}{}\nRun oxbow --help, or oxbow scan --help.\n", error.what(),
+                        hintFor(error))};
 }
 
 } // namespace

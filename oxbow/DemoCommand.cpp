@@ -2,6 +2,7 @@
 
 #include "base/systemLog.h"
 #include "oxbow/DemoMovie.h"
+#include "support/FWLocalPaths.h"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -18,8 +19,8 @@ namespace {
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "oxbow-demo-XXXXXX").string();
+        std::string pattern = FWLocalPaths::tempDirectory();
+        pattern += "/oxbow-demo-XXXXXX";
         if (::mkdtemp(pattern.data()) == nullptr) {
             throw std::system_error(errno, std::generic_category(), pattern);
         }

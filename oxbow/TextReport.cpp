@@ -32,6 +32,8 @@ std::string scanSummary(const ScanResult& result) {
                        fmt::format("Verdict: {}\n", nameOf(result.tally.verdict()));
     if (result.error) {
         text += fmt::format("Reason: {}\n", result.error->description);
+    } else if (result.tally.reportedFrames() == 0) {
+        text += "Note: there was no picture to check.\n";
     }
     return text;
 }

@@ -57,6 +57,9 @@ Result<FormatHandle> openContainer(const std::string& path) {
     // The prefix keeps a path that looks like "http:..." a path.
     const int opened = avformat_open_input(&raw, ("file:" + path).c_str(), nullptr, &options);
     av_dict_free(&options);
+    if (opened == AVERROR(EINVAL)) { // It is of a known kind that is not on the list.
+        return mediaError(MediaErrorCode::kNotAMovie, "Files of this kind are not supported.");
+    }
     if (opened < 0) {
         return mediaError(MediaErrorCode::kNotAMovie,
                           "The file is not a movie that can be read, or its start is damaged (" +

@@ -126,11 +126,21 @@ TEST_F(WaveformSvg, DrawsASecondOfQuietAndASecondOfLoudSound) {
     EXPECT_NEAR(heights[98], 100.0, 0.1);
 }
 
-TEST_F(WaveformSvg, AFileWithoutSoundIsAnError) {
+TEST_F(WaveformSvg, AMovieWithoutSoundIsAnError) {
+    runFfmpeg({"-f", "lavfi", "-i", "color=s=64x48:d=1", "-c:v", "mjpeg", file("silent.mov")});
+    const Outcome outcome = run(FW_WAVEFORM_SVG, {file("silent.mov"), file("wave.svg")});
+    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
+    EXPECT_EQ(outcome.error,
+              "waveform_svg: " + file("silent.mov") + " has no sound that can be decoded\n");
+}
+
+TEST_F(WaveformSvg, AFileThatIsNoMovieIsAnError) {
     writeText(file("text.mov"), "This is no movie.");
     const Outcome outcome = run(FW_WAVEFORM_SVG, {file("text.mov"), file("wave.svg")});
     EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
-    EXPECT_THAT(outcome.error, HasSubstr("has no sound that can be decoded"));
+    EXPECT_EQ(outcome.error, "waveform_svg: " + file("text.mov") +
+                                 ": The file is not a movie that can be read, or its start is "
+                                 "damaged (Invalid data found when processing input).\n");
     EXPECT_FALSE(std::filesystem::exists(file("wave.svg")));
 }
 

@@ -101,9 +101,11 @@ TEST(CommandLine, NonsenseIsRefusedByName) {
 }
 
 TEST(CommandLine, WhatIsMissingOrUnknownIsRefused) {
-    expectUsageError({}, "subcommand");
-    expectUsageError({"scan"}, "movie");
-    expectUsageError({"play", "movie.mov"}, "subcommand");
+    expectUsageError({}, "A subcommand is required: scan or demo\n");
+    expectUsageError({"scan"}, "movie is required; one whose name begins with - goes behind --\n");
+    expectUsageError({"scan", "-movie.mov"}, "goes behind --\n");
+    expectUsageError({"scan", ""}, "movie: The path is empty.\n");
+    expectUsageError({"play", "movie.mov"}, "A subcommand is required: scan or demo\n");
     expectUsageError({"scan", "movie.mov", "--bogus"}, "--bogus");
     expectUsageError({"scan", "movie.mov", "second.mov"}, "second.mov");
     expectUsageError({"scan", "movie.mov", "--start"}, "--start");
@@ -123,8 +125,8 @@ TEST(CommandLine, HelpAndVersionAreNoErrors) {
 
 TEST(CommandLine, APathIsTakenAsItIs) {
     for (const std::string path : {"a b.mov", "it's \"quoted\".mov", "line\nbreak.mov", "@%s.mov",
-                                   "\xFF.mov", "ü.mov", "="}) {
-        const Request request = parsedCommandLine({"scan", path});
+                                   "\xFF.mov", "ü.mov", "=", "-dash.mov"}) {
+        const Request request = parsedCommandLine({"scan", "--", path});
         ASSERT_TRUE(std::holds_alternative<ScanRequest>(request)) << path;
         EXPECT_EQ(std::get<ScanRequest>(request).settings.movie, path);
     }

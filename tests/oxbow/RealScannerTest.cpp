@@ -69,6 +69,15 @@ TEST_F(RealScanner, TheDemonstrationLeavesNothingBehind) {
     EXPECT_TRUE(std::filesystem::is_empty(temporary));
 }
 
+TEST_F(RealScanner, TheDemonstrationNamesTheFolderThatItCannotUse) {
+    ::setenv("TMPDIR", house_.file("absent").c_str(), 1);
+    const Finished demo = house_.run({"demo"});
+    ::unsetenv("TMPDIR");
+    EXPECT_EQ(demo.status, 4);
+    EXPECT_THAT(demo.error, HasSubstr(house_.file("absent/oxbow-demo-")));
+    EXPECT_THAT(demo.error, HasSubstr("No such file or directory"));
+}
+
 TEST_F(RealScanner, ACleanMovieIsClean) {
     const Finished scan = house_.run({"scan", house_.movie()});
     EXPECT_EQ(scan.status, 0) << scan.error << scan.output;

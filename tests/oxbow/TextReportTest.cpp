@@ -34,5 +34,15 @@ TEST(TextReport, AnIncompleteScanSaysWhy) {
                                    "Reason: The scan was interrupted.\n");
 }
 
+TEST(TextReport, ACleanScanOfNothingSaysSo) {
+    ScanResult result;
+    result.tally = ScanTally(0, 0);
+    result.tally.takeClosingMessage();
+    EXPECT_EQ(scanSummary(result), "Frames: 0 reported, 0 expected\n"
+                                   "Faults: 0\n"
+                                   "Verdict: clean\n"
+                                   "Note: there was no picture to check.\n");
+}
+
 } // namespace
 } // namespace fw

@@ -97,6 +97,15 @@ TEST_F(BadInput, ofAPlaylistOrAPictureIsNoMovie) {
     expectNoMovie(path("picture.mov"), MediaErrorCode::kNotAMovie);
 }
 
+TEST_F(BadInput, ofAKindThatIsNotReadIsNotCalledDamaged) {
+    for (const char* name : {"a.au", "a.wv", "a.ac3"}) {
+        runFfmpeg({"-f", "lavfi", "-i", "sine=d=1", path(name)});
+        expectNoMovie(path(name), MediaErrorCode::kNotAMovie);
+        EXPECT_EQ(openLibavAsset(path(name))->error()->description,
+                  "Files of this kind are not supported.");
+    }
+}
+
 TEST_F(BadInput, thatOnlyRefersToAnotherFileGivesNothingOfIt) {
     // A path like an address stays a path.
     expectNoMovie("http://localhost/movie.mov", MediaErrorCode::kCannotOpen);
