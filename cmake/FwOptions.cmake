@@ -2,10 +2,12 @@
 add_library(fw_options INTERFACE)
 target_compile_features(fw_options INTERFACE cxx_std_20)
 target_include_directories(fw_options INTERFACE "${PROJECT_SOURCE_DIR}")
-target_compile_options(fw_options INTERFACE
-    -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor
-    # Thresholds are single precision at named steps; a fused multiply-add would change results.
-    -ffp-contract=off)
+# Thresholds are single precision at named steps; a fused multiply-add would change results.
+target_compile_options(fw_options INTERFACE -ffp-contract=off)
+if(PROJECT_IS_TOP_LEVEL) # A project that embeds this one has warnings of its own.
+    target_compile_options(fw_options INTERFACE
+        -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow -Wnon-virtual-dtor)
+endif()
 if(FW_WARNINGS_AS_ERRORS)
     target_compile_options(fw_options INTERFACE -Werror)
 endif()
