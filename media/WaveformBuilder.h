@@ -8,9 +8,10 @@
 
 namespace fw {
 
-/// Reduces sound to points. Each point is the size of the mean of samplesPerPoint + 1 samples: not
-/// a mean of sizes and not a peak, so that a symmetric wave gives points near 0. The one sample
-/// more is part of the format. Sums are kept in single precision. Both are deliberate.
+/// Reduces sound to points. Each point is the size of the mean of a fiftieth of a second of samples
+/// (rounded up) and one more: not a mean of sizes and not a peak, so that a symmetric wave gives
+/// points near 0. The one sample more is part of the format. Sums are kept in single precision.
+/// Both are deliberate.
 class WaveformBuilder {
 public:
     /// The rate is cut to a whole number of which the low 32 bits count. At least one channel.
