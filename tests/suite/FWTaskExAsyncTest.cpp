@@ -404,6 +404,23 @@ TEST_F(FWTaskExAsyncTest, MayBeDestroyedWithinTheLastCall) {
     waitUntilAllAreReaped();
 }
 
+TEST_F(FWTaskExAsyncTest, MayBeDestroyedOnTheMainThreadThatACallWaitsFor) {
+    auto task = std::make_unique<FWTaskEx>();
+    std::atomic<bool> isLeft = false;
+    task->asyncDataFromTask("/bin/echo", {"out"},
+                            [&](const TaskOutput& chunk, FWTaskEx&, const std::any*) {
+                                if (chunk.empty()) {
+                                    EXPECT_TRUE(runOnMainThread([&] { task.reset(); }));
+                                    isLeft = true;
+                                }
+                            },
+                            {});
+    while (!isLeft) {
+        serviceMainThread(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(task, nullptr);
+}
+
 TEST_F(FWTaskExAsyncTest, MayBelongToItsDelegate) {
     auto task = std::make_shared<FWTaskEx>();
     const std::weak_ptr<FWTaskEx> watch = task;
