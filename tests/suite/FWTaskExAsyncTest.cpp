@@ -3,11 +3,13 @@
 #include "platform/mainthread/MainThread.h"
 #include "support/task/Task.h"
 #include "support/task/TaskRun.h"
+#include "tests/suite/HeldTool.h"
 #include "tests/suite/TaskTest.h"
 #include "tests/support/ScopedEnvironment.h"
 
 #include <any>
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -99,7 +101,7 @@ protected:
         options.path = path;
         options.arguments = arguments;
         options.standardOutput = ChildStream::kPipe;
-        return std::make_shared<Task>(options);
+        return std::make_shared<Task>(options, TaskReading::kUntilStopped);
     }
 
     Told told;
@@ -331,6 +333,23 @@ TEST_F(FWTaskExAsyncTest, EndsTheToolWhenTheObjectGoes) {
     }
     waitUntilAllAreReaped();
     EXPECT_THAT(told.chunks(), ElementsAre("started"));
+}
+
+TEST_F(FWTaskExAsyncTest, DoesNotWaitForTheStartOfTheToolWhenTheObjectGoes) {
+    const std::string path = made("tool", "#!/bin/sh\necho started; exec sleep 1000\n", 0755);
+    HeldTool held(path);
+    if (!held.isHeld()) {
+        GTEST_SKIP() << "This file system has no leases.";
+    }
+    auto task = std::make_unique<FWTaskEx>();
+    task->asyncDataFromTask(path, {}, told.delegate(), {});
+    waitUntil([&] { return held.isWaitedFor(); });
+    const auto before = std::chrono::steady_clock::now();
+    task.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+    held.release();
+    waitUntilAllAreReaped(); // It was terminated as soon as it had been started.
+    EXPECT_THAT(told.chunks(), IsEmpty());
 }
 
 TEST_F(FWTaskExAsyncTest, StopsReadingEvenWhenAnotherProcessKeepsThePipeOpen) {
