@@ -301,9 +301,7 @@ TEST_F(FWTaskExTest, ASlotStaysEmptyWhenNothingCanRun) {
 // What is left behind
 
 TEST_F(FWTaskExTest, TenThousandToolsInARowLeaveNeitherZombiesNorDescriptors) {
-    FWTaskEx::runTaskAndReturn(kShell, script("read -r line <\"$0\"", {fifo("go")}));
-    writeInto("go", "on");
-    waitUntilAllAreReaped(); // From here on the reaping thread and its descriptor are there.
+    startReaper();
     const std::size_t before = openDescriptors();
     for (int i = 0; i < 2'500; ++i) {
         ASSERT_TRUE(FWTaskEx::runTask("/bin/true", {}));
