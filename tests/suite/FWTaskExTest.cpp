@@ -314,6 +314,9 @@ TEST_F(FWTaskExTest, TenThousandToolsInARowLeaveNeitherZombiesNorDescriptors) {
 }
 
 TEST_F(FWTaskExTest, ARunThatTakesNoOutputNeedsOneDescriptor) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "The sanitizer needs a pipe itself to look at an object's type.";
+#endif
     const FewDescriptors few(1);
     EXPECT_TRUE(FWTaskEx::runTask("/bin/true", {}));
     EXPECT_EQ(FWTaskEx::terminationCodeFromTask(kShell, script("exit 3")), 3);
