@@ -3,6 +3,7 @@
 #include "base/FormattedText.h"
 #include "base/systemLog.h"
 #include "base/text.h"
+#include "platform/files/FileFacts.h"
 #include "platform/files/Folders.h"
 #include "platform/folders/folderServices.h"
 #include "platform/tools/toolPath.h"
@@ -83,9 +84,10 @@ std::string freePlace(const std::string& destination) {
     return place;
 }
 
-/// Nobody else's: it would belong to the wrong user. Where it cannot be made, nothing is moved.
+/// Not in the home of another user, to whom it would not belong. Where it cannot be made, nothing
+/// is moved.
 void makeOwnTrash(const std::string& trash) {
-    if (trash == FWLocalPaths::trashDirectory()) {
+    if (isOwnedByThisUser(parentFolder(trash))) {
         static_cast<void>(makeFolder(trash, kOwnersOnly));
     }
 }
@@ -350,6 +352,10 @@ bool FWAuthorization::authTrashFile(const std::string& path,
         freePlace(appendedPathComponent(trash, lastPathComponent(path)));
     if (removesOnRootAccount(deleteOnRootAccount)) {
         return authRemoveFile(destination);
+    }
+    // What is refused does not leave a Trash behind either.
+    if (!FWFileManager::fileExistsAtPath(path) || !authStart()) {
+        return false;
     }
     makeOwnTrash(trash);
     return authMoveFile(path, destination);

@@ -84,10 +84,11 @@ public:
     /// Removes a file, or a folder with all that is in it.
     bool authRemoveFile(const std::string& path);
 
-    /// Moves an item into the user's Trash, which is made when it is missing. Where its name is
-    /// taken there, the local time is added: "clip.mov" becomes "clip_20240131235959.mov", and
-    /// "clip" becomes "clip_20240131235959." (deliberate). Two items of one name that are trashed
-    /// before the first has arrived are not kept apart.
+    /// Moves an item into the user's Trash, which is made when it is missing, but not in a home
+    /// that belongs to another user. Where its name is taken there, the local time is added:
+    /// "clip.mov" becomes "clip_20240131235959.mov", and "clip" becomes "clip_20240131235959."
+    /// (deliberate). Two items of one name that are trashed before the first has arrived are not
+    /// kept apart.
     ///
     /// Deliberate: for the superuser DeleteOnRootAccount::kYes removes what stands at the
     /// destination in the Trash, not the item itself.

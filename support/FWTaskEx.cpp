@@ -280,7 +280,7 @@ void FWTaskEx::asyncDataFromTask(const std::string& path, const TaskArguments& a
     options.environment = environmentTexts(environment);
     options.standardOutput = ChildStream::kPipe;
     try {
-        const auto task = std::make_shared<Task>(std::move(options));
+        const auto task = std::make_shared<Task>(std::move(options), TaskReading::kUntilStopped);
         run_->begin(task, std::move(delegate), std::move(object), *this);
         std::thread([run = run_, task] {
             const CrashReportedThread reported;

@@ -31,7 +31,7 @@ using TaskOutput = std::vector<std::byte>;
 
 /// Is told of the output of an asynchronous run: a chunk, never empty but at the end, where it is;
 /// the object that runs the tool; and what was handed over with the run, or null. It may destroy
-/// that object.
+/// that object, itself or in a function that it has the main thread run (runOnMainThread).
 using TaskDelegate =
     std::function<void(const TaskOutput& chunk, FWTaskEx& task, const std::any* object)>;
 
@@ -53,7 +53,8 @@ using TaskDelegate =
 class FWTaskEx {
 public:
     FWTaskEx();
-    /// Ends an asynchronous run, and waits for a call of its delegate that another thread is in.
+    /// Ends an asynchronous run, and waits for a call of its delegate that another thread is in:
+    /// that call must not wait for this in turn, unless by runOnMainThread.
     ~FWTaskEx();
     FWTaskEx(const FWTaskEx&) = delete;
     FWTaskEx& operator=(const FWTaskEx&) = delete;

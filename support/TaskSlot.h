@@ -19,9 +19,10 @@ public:
     bool isEmpty() const { return task() == nullptr; }
     /// The path of the tool; empty in an empty slot.
     std::string launchPath() const;
+    /// Also while the system starts the child.
     bool isRunning() const;
-    /// Sends the child SIGTERM; one that is not launched yet never will be. Nothing in an empty
-    /// slot.
+    /// Sends the child SIGTERM; one that is being started gets it then, and one that is not
+    /// launched yet never will be. Nothing in an empty slot.
     void terminate() const;
 
     void put(std::shared_ptr<Task> task);

@@ -12,7 +12,7 @@ namespace fw {
 /// password stays as long as the right. Children are told nothing.
 class AdministratorAuthorization final : public Authorization {
 public:
-    /// An empty password is refused.
+    /// No text at all is refused without a question; the password "" is one like any other.
     AdministratorAuthorization(std::string administrator, SecretText password)
         : administrator_(std::move(administrator)), password_(std::move(password)) {}
 

@@ -30,7 +30,9 @@ public:
     virtual ~Authorization() = default;
 
     /// Asks for the right to run any tool as the superuser; whether it was given. It waits for the
-    /// user, or for the machine, which takes seconds to refuse a wrong password.
+    /// user, or for the machine, which takes seconds to refuse a wrong password. Where the machine
+    /// keeps no tickets (sudo's timestamp_timeout is 0), this process's user is not given it even
+    /// with the right password; another administrator is.
     virtual bool requestAdministratorRight() = 0;
     /// Starts a tool as the superuser, with standard error dropped and nothing to read, and returns
     /// as soon as the rights were looked at: it runs on by itself. The error of a tool that was not

@@ -19,7 +19,8 @@ class TicketAuthorization final : public Authorization {
 public:
     /// Asks the user, and again when the ticket has expired.
     TicketAuthorization() : asks_(true) {}
-    /// Asks with a password, once; an empty one is refused.
+    /// Asks with a password, once. No text at all is refused without a question; the password "" is
+    /// one like any other.
     explicit TicketAuthorization(SecretText password)
         : asks_(false), password_(std::move(password)) {}
     ~TicketAuthorization() override { end(); }

@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <optional>
@@ -43,6 +44,11 @@ bool isFolder(const std::string& path) {
 std::uint64_t fileLength(const std::string& path) {
     const auto status = statusOf(path, 0);
     return status ? static_cast<std::uint64_t>(status->st_size) : 0;
+}
+
+bool isOwnedByThisUser(const std::string& path) {
+    const auto status = statusOf(path, 0);
+    return status && status->st_uid == ::geteuid();
 }
 
 bool isSameFile(const std::string& first, const std::string& second) {

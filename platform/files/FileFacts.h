@@ -18,6 +18,10 @@ bool isFolder(const std::string& path);
 /// The length in bytes, links followed; 0 when there is nothing.
 std::uint64_t fileLength(const std::string& path);
 
+/// Whether what stands there, links followed, belongs to the user as whom this process acts; false
+/// when there is nothing.
+bool isOwnedByThisUser(const std::string& path);
+
 /// Whether both are one and the same file or folder, links followed; false when one is missing.
 bool isSameFile(const std::string& first, const std::string& second);
 

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace fw {
 namespace {
@@ -18,18 +19,19 @@ enum class PostState { kWaiting, kRan, kDropped };
 
 struct Post {
     std::function<void()> function;
+    std::thread::id waiter; ///< Nobody's unless somebody waits for it.
     PostState state = PostState::kWaiting;
 };
 
 class PostQueue {
 public:
     /// Null when the queue is closed.
-    std::shared_ptr<Post> add(std::function<void()> function) {
+    std::shared_ptr<Post> add(std::function<void()> function, std::thread::id waiter = {}) {
         const std::lock_guard lock(mutex_);
         if (isClosed_) {
             return nullptr;
         }
-        posts_.push_back(std::make_shared<Post>(Post{std::move(function)}));
+        posts_.push_back(std::make_shared<Post>(Post{std::move(function), waiter}));
         changed_.notify_all();
         return posts_.back();
     }
@@ -51,10 +53,16 @@ public:
         if (!post) {
             return false;
         }
+        waiters_.push_back(post->waiter);
         post->function();
         post->function = nullptr; // What it holds goes before its waiter comes back.
+        waiters_.pop_back();
         finish(*post, PostState::kRan);
         return true;
+    }
+
+    bool isRunningFor(std::thread::id waiter) const {
+        return std::find(waiters_.begin(), waiters_.end(), waiter) != waiters_.end();
     }
 
     void waitForPostUntil(Clock::time_point end) {
@@ -96,6 +104,7 @@ private:
     std::condition_variable changed_;
     std::deque<std::shared_ptr<Post>> posts_;
     bool isClosed_ = false;
+    std::vector<std::thread::id> waiters_; ///< For what runs now; the main thread's own.
 };
 
 /// Never destroyed: threads may post while the program ends.
@@ -123,8 +132,12 @@ bool runOnMainThread(std::function<void()> function) {
         function();
         return true;
     }
-    const std::shared_ptr<Post> post = queue().add(std::move(function));
+    const std::shared_ptr<Post> post = queue().add(std::move(function), std::this_thread::get_id());
     return post && queue().waitFor(*post);
+}
+
+bool isMainThreadRunningFor(std::thread::id waiter) {
+    return isMainThread() && queue().isRunningFor(waiter);
 }
 
 bool postToMainThread(std::function<void()> function) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <thread>
 
 // The way to the main thread: other threads post functions, and the main thread runs them when it
 // finds the time (serviceMainThread), in the order of the posts. Posted functions do not throw.
@@ -14,6 +15,10 @@ bool isMainThread();
 /// Has the main thread run the function, and waits until it has; false when it was dropped. On the
 /// main thread itself it runs at once, always.
 bool runOnMainThread(std::function<void()> function);
+
+/// Whether the caller is the main thread and runs a function that this thread waits for
+/// (runOnMainThread).
+bool isMainThreadRunningFor(std::thread::id waiter);
 
 /// Has the main thread run the function, sooner or later, and returns at once; false when it was
 /// dropped. On the main thread too it waits for its turn.

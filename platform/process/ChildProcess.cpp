@@ -141,7 +141,8 @@ void ChildProcess::signal(int number) const {
 
 bool ChildProcess::isRunning() const {
     pollfd end = {processDescriptor_.get(), POLLIN, 0};
-    return processDescriptor_ && ::poll(&end, 1, 0) == 0;
+    // One that a signal interrupts has not found the end either.
+    return processDescriptor_ && ::poll(&end, 1, 0) <= 0;
 }
 
 std::optional<ChildEnd> ChildProcess::poll() {

@@ -6,12 +6,14 @@
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <thread>
 #include <utility>
 
 // The header of glibc 2.36 lacks it.
@@ -208,11 +210,28 @@ int startProgram(const ChildProcessOptions& options, const FileActions& actions,
                          arguments.ended(), environment.ended());
 }
 
+/// A descriptor of the child, which may be at work already and must not fail for want of one any
+/// more: where another thread took the room that was kept for it, this waits for other room. None
+/// of a child that is gone: whoever ignores SIGCHLD has none left to ask about.
+FileDescriptor descriptorOfStarted(pid_t child) {
+    FileDescriptor descriptor(::pidfd_open(child, 0));
+    while (!descriptor && errno != ESRCH) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        descriptor = FileDescriptor(::pidfd_open(child, 0));
+    }
+    return descriptor;
+}
+
 } // namespace
 
 Result<SpawnedChild> spawn(const ChildProcessOptions& options) {
     if (isCutByTheSystem(options)) {
         return posixError(EINVAL);
+    }
+    // Keeps the room for the child's, and shows that there are such descriptors.
+    FileDescriptor room(::pidfd_open(::getpid(), 0));
+    if (!room) {
+        return posixError(errno);
     }
     FileActions actions;
     Pipes pipes;
@@ -224,14 +243,8 @@ Result<SpawnedChild> spawn(const ChildProcessOptions& options) {
     if (failure != 0) {
         return posixError(failure);
     }
-    child.process = FileDescriptor(::pidfd_open(child.processId, 0));
-    // Whoever ignores SIGCHLD has no children left to ask about: one that ended at once is gone.
-    if (!child.process && errno != ESRCH) {
-        const Error reason = posixError(errno);
-        ::kill(child.processId, SIGKILL);
-        ::waitpid(child.processId, nullptr, 0);
-        return reason;
-    }
+    room.reset();
+    child.process = descriptorOfStarted(child.processId);
     child.input = std::move(pipes.input.writingEnd);
     child.output = std::move(pipes.output.readingEnd);
     child.error = std::move(pipes.error.readingEnd);

@@ -23,6 +23,17 @@ Task::Bytes bytesOf(const std::string& text) {
     return bytes;
 }
 
+/// Takes as long as the system takes to find and read the tool. Throws PlatformException with the
+/// reason when it cannot be started.
+std::shared_ptr<ChildProcess> startedChild(ChildProcessOptions options) {
+    options.path = toolPath(options.path);
+    auto started = ChildProcess::start(options);
+    if (!started) {
+        throw PlatformException(started.error().description);
+    }
+    return std::move(started).value();
+}
+
 struct StatusOf {
     std::int64_t operator()(ExitedWithStatus end) const { return end.status; }
     std::int64_t operator()(KilledBySignal end) const { return end.signal; }
@@ -30,23 +41,37 @@ struct StatusOf {
 
 } // namespace
 
-Task::Task(ChildProcessOptions options) : options_(leftAtRelease(std::move(options))) {}
+Task::Task(ChildProcessOptions options, TaskReading reading)
+    : options_(leftAtRelease(std::move(options))),
+      stopReading_(reading == TaskReading::kUntilStopped ? std::make_unique<WakeEvent>()
+                                                         : nullptr) {}
 
 bool Task::launch() {
-    ChildProcessOptions options = options_;
-    options.path = toolPath(options_.path);
-    // Held until the child is known: it may be at work before its start returns, and whoever asks
-    // meanwhile must not take it for one that does not run.
-    const std::lock_guard lock(mutex_);
-    if (isTerminated_) {
+    if (!beginLaunch()) {
         return false;
     }
-    auto started = ChildProcess::start(options);
-    if (!started) {
-        throw PlatformException(started.error().description);
+    try {
+        endLaunch(startedChild(options_));
+    } catch (...) {
+        endLaunch(nullptr);
+        throw;
     }
-    child_ = std::move(started).value();
     return true;
+}
+
+bool Task::beginLaunch() {
+    const std::lock_guard lock(mutex_);
+    isLaunching_ = !isTerminated_;
+    return isLaunching_;
+}
+
+void Task::endLaunch(std::shared_ptr<ChildProcess> child) {
+    const std::lock_guard lock(mutex_);
+    isLaunching_ = false;
+    child_ = std::move(child);
+    if (child_ && isTerminated_) {
+        child_->signal(SIGTERM);
+    }
 }
 
 std::int64_t Task::waitForTerminationStatus() {
@@ -54,7 +79,7 @@ std::int64_t Task::waitForTerminationStatus() {
 }
 
 Task::Bytes Task::availableOutput() {
-    return bytesOf(child()->availableOutput(&stopReading_));
+    return bytesOf(child()->availableOutput(stopReading_.get()));
 }
 
 Task::Bytes Task::availableError() {
@@ -66,19 +91,21 @@ void Task::letGo() {
 }
 
 bool Task::isRunning() const {
-    const auto running = child();
-    return running && running->isRunning();
+    const std::lock_guard lock(mutex_);
+    return isLaunching_ || (child_ && child_->isRunning());
 }
 
 void Task::terminate() {
-    std::shared_ptr<ChildProcess> running;
-    {
-        const std::lock_guard lock(mutex_);
-        isTerminated_ = true;
-        running = child_;
+    const std::lock_guard lock(mutex_);
+    isTerminated_ = true;
+    if (child_) {
+        child_->signal(SIGTERM);
     }
-    if (running) {
-        running->signal(SIGTERM);
+}
+
+void Task::stopReading() const {
+    if (stopReading_) {
+        stopReading_->set();
     }
 }
 

@@ -12,6 +12,10 @@
 
 namespace fw {
 
+/// Whether a task's output is read to its end, or until another thread stops that, which takes a
+/// descriptor.
+enum class TaskReading { kToTheEnd, kUntilStopped };
+
 /// A child of the suite's task runner, which exists before it is launched and is launched once.
 /// When it goes, a child that still runs is left to run on.
 class Task {
@@ -19,8 +23,8 @@ public:
     using Bytes = std::vector<std::byte>;
 
     /// `options.path` is the tool's path as the suite knows it. Throws PlatformException where the
-    /// system has no descriptor left.
-    explicit Task(ChildProcessOptions options);
+    /// system has no descriptor left for kUntilStopped.
+    explicit Task(ChildProcessOptions options, TaskReading reading = TaskReading::kToTheEnd);
     Task(const Task&) = delete;
     Task& operator=(const Task&) = delete;
 
@@ -40,19 +44,24 @@ public:
     // For any thread.
 
     const std::string& launchPath() const { return options_.path; }
+    /// Also while the system starts the tool: it may be at work before that is known here.
     bool isRunning() const;
-    /// Sends SIGTERM; one that is not launched yet never will be.
+    /// Sends SIGTERM; one that is being started gets it then, and one that is not launched yet
+    /// never will be.
     void terminate();
-    /// The output has an end for us from now on.
-    void stopReading() const { stopReading_.set(); }
+    /// With kUntilStopped: the output has an end for us from now on.
+    void stopReading() const;
 
 private:
+    bool beginLaunch();
+    void endLaunch(std::shared_ptr<ChildProcess> child);
     std::shared_ptr<ChildProcess> child() const;
 
     const ChildProcessOptions options_;
-    const WakeEvent stopReading_;
-    mutable std::mutex mutex_; ///< Of what follows; held while the system starts the tool.
+    const std::unique_ptr<const WakeEvent> stopReading_;
+    mutable std::mutex mutex_; ///< Of what follows; never held while waiting.
     std::shared_ptr<ChildProcess> child_;
+    bool isLaunching_ = false;
     bool isTerminated_ = false;
 };
 

@@ -153,9 +153,10 @@ void TaskRun::end(const std::shared_ptr<Task>& task) {
 
 void TaskRun::abandon() {
     terminateAsyncTask();
+    // A call that this comes from, also by way of the main thread, cannot end before it.
     const auto isNobodyElseCalling = [&] {
         return std::all_of(calling_.begin(), calling_.end(), [](std::thread::id caller) {
-            return caller == std::this_thread::get_id();
+            return caller == std::this_thread::get_id() || isMainThreadRunningFor(caller);
         });
     };
     constexpr std::chrono::milliseconds kPause{1};

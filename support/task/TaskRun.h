@@ -32,8 +32,8 @@ public:
     void launchAsyncTask(const std::shared_ptr<Task>& task);
     /// Forgets the delegate and the child, and ends it.
     void terminateAsyncTask();
-    /// The owner goes: the same, and no call of the delegate by another thread goes on when this
-    /// returns.
+    /// The owner goes: the same, and when this returns no call of the delegate goes on but one that
+    /// this comes from.
     void abandon();
 
     TaskSlot theTask;

@@ -151,6 +151,14 @@ TEST_F(AuthorizationAccounts, AnotherWhoIsNoAdministratorIsRefused) {
             kRefusal + "with 0\nauthorized 0\n" + kRefusal + "with 0\nauthorized 0\nticket 0\n");
 }
 
+TEST_F(AuthorizationAccounts, WhereNoTicketsAreKeptOnlyAnotherAdministratorHasTheRight) {
+    EXPECT_EQ(outputOf("echo 'Defaults timestamp_timeout=0' >/etc/sudoers.d/tickets\n"
+                       "probe anna with=anna:annas authorized ticket\n"
+                       "probe plain with=anna:annas run='id -u >/data/user'\n"
+                       "cat /data/user\n"),
+              std::string(kRefusal) + "with 0\nauthorized 0\nticket 0\nwith 1\nrun 0\n0\n");
+}
+
 TEST_F(AuthorizationAccounts, AnExpiredTicketIsAnErrorOfTheTool) {
     EXPECT_EQ(outputOf("probe anna with=anna:annas forget run='id >/data/user'\n"
                        "ls /data\n"),

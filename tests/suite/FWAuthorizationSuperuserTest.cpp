@@ -9,6 +9,7 @@
 #include <fstream>
 #include <optional>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fw {
 namespace {
@@ -124,6 +125,19 @@ TEST_F(FWAuthorizationSuperuser, TrashesIntoItsOwnTrash) {
     EXPECT_TRUE(authorization_.authTrashFile(item));
     EXPECT_THAT(recorded(), ElementsAre(call("/bin/mv", {"-f", item, trash() + "/a.mov"})));
     fs::remove_all(trash());
+}
+
+TEST_F(FWAuthorizationSuperuser, MakesNoTrashInTheHomeOfAnotherUser) {
+    constexpr uid_t kOther = 65534;
+    const std::string item = made("a.mov", "x");
+    fs::create_directories(path("home"));
+    if (::chown(path("home").c_str(), kOther, static_cast<gid_t>(-1)) != 0) {
+        GTEST_SKIP() << "Only root can give a folder away.";
+    }
+    const ScopedEnvironment theirs("HOME", path("home"));
+    EXPECT_TRUE(authorization_.authTrashFile(item));
+    EXPECT_THAT(recorded(), ElementsAre(call("/bin/mv", {"-f", item, trash() + "/a.mov"})));
+    EXPECT_FALSE(fs::exists(trash())) << "it would be root's";
 }
 
 TEST_F(FWAuthorizationSuperuser, RemovesTheDestinationAndNotTheItemWhenItDeletes) {

@@ -620,6 +620,26 @@ TEST_F(FWAuthorizationTrash, AMissingItemIsRefusedWithoutAWord) {
     EXPECT_FALSE(authorization_.authTrashFile(""));
     EXPECT_THAT(runs(), IsEmpty());
     EXPECT_THAT(systemLogged(), IsEmpty());
+    EXPECT_FALSE(fs::exists(trash())) << "nothing is made for that";
+}
+
+TEST_F(FWAuthorizationTrash, IsNotMadeForASystemDirectory) {
+    EXPECT_FALSE(authorization_.authTrashFile("/usr"));
+    EXPECT_FALSE(fs::exists(trash()));
+}
+
+TEST_F(FWAuthorizationTrash, IsNotMadeForWhoHasNoRights) {
+    const std::string item = made("a.mov", "x");
+    authorization_.setAuthRef(nullptr);
+    elevation_.givesRight = false;
+    elevation_.calls.clear();
+    EXPECT_FALSE(authorization_.authTrashFile(item));
+    EXPECT_THAT(elevation_.calls, ElementsAre("create", "request", "free")) << "asked for once";
+    authorization_.setHasGUI(false);
+    EXPECT_FALSE(authorization_.authTrashFile(item));
+    EXPECT_THAT(systemLogged(), ElementsAre("Unable to authorize"));
+    EXPECT_THAT(runs(), IsEmpty());
+    EXPECT_FALSE(fs::exists(trash()));
 }
 
 TEST_F(FWAuthorizationTrash, WithoutAHomeThereIsNone) {

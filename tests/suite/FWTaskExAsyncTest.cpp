@@ -3,11 +3,13 @@
 #include "platform/mainthread/MainThread.h"
 #include "support/task/Task.h"
 #include "support/task/TaskRun.h"
+#include "tests/suite/HeldTool.h"
 #include "tests/suite/TaskTest.h"
 #include "tests/support/ScopedEnvironment.h"
 
 #include <any>
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -84,6 +86,15 @@ private:
 
 class FWTaskExAsyncTest : public TaskTest {
 protected:
+    FWTaskExAsyncTest() {
+        startReaper();
+        threadsBefore_ = threads();
+    }
+    /// What a reading thread still has to say belongs to this test.
+    ~FWTaskExAsyncTest() override {
+        waitUntil([&] { return threads() <= threadsBefore_; });
+    }
+
     /// A tool that writes "started" and then each line that comes through "go0", "go1", ...
     TaskArguments chunkwise(int lines) {
         std::string commands = "printf started;";
@@ -99,10 +110,13 @@ protected:
         options.path = path;
         options.arguments = arguments;
         options.standardOutput = ChildStream::kPipe;
-        return std::make_shared<Task>(options);
+        return std::make_shared<Task>(options, TaskReading::kUntilStopped);
     }
 
     Told told;
+
+private:
+    std::size_t threadsBefore_ = 0;
 };
 
 TEST_F(FWTaskExAsyncTest, TellsEachChunkOnceAndThenTheEnd) {
@@ -333,6 +347,23 @@ TEST_F(FWTaskExAsyncTest, EndsTheToolWhenTheObjectGoes) {
     EXPECT_THAT(told.chunks(), ElementsAre("started"));
 }
 
+TEST_F(FWTaskExAsyncTest, DoesNotWaitForTheStartOfTheToolWhenTheObjectGoes) {
+    const std::string path = made("tool", "#!/bin/sh\necho started; exec sleep 1000\n", 0755);
+    HeldTool held(path);
+    if (!held.isHeld()) {
+        GTEST_SKIP() << "This file system has no leases.";
+    }
+    auto task = std::make_unique<FWTaskEx>();
+    task->asyncDataFromTask(path, {}, told.delegate(), {});
+    waitUntil([&] { return held.isWaitedFor(); });
+    const auto before = std::chrono::steady_clock::now();
+    task.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10));
+    held.release();
+    waitUntilAllAreReaped(); // It was terminated as soon as it had been started.
+    EXPECT_THAT(told.chunks(), IsEmpty());
+}
+
 TEST_F(FWTaskExAsyncTest, StopsReadingEvenWhenAnotherProcessKeepsThePipeOpen) {
     const std::size_t before = openDescriptors();
     {
@@ -344,7 +375,7 @@ TEST_F(FWTaskExAsyncTest, StopsReadingEvenWhenAnotherProcessKeepsThePipeOpen) {
     }
     waitUntilAllAreReaped();
     // The reading thread has let the pipe go although it has no end yet.
-    waitUntil([&] { return openDescriptors() <= before + 2; });
+    waitUntil([&] { return openDescriptors() <= before; });
     writeInto("go", "on");
     EXPECT_THAT(told.chunks(), ElementsAre("started"));
 }
@@ -402,6 +433,23 @@ TEST_F(FWTaskExAsyncTest, MayBeDestroyedWithinTheLastCall) {
     isOwned.set_value();
     waitUntil([&] { return isGone.load(); });
     waitUntilAllAreReaped();
+}
+
+TEST_F(FWTaskExAsyncTest, MayBeDestroyedOnTheMainThreadThatACallWaitsFor) {
+    auto task = std::make_unique<FWTaskEx>();
+    std::atomic<bool> isLeft = false;
+    task->asyncDataFromTask("/bin/echo", {"out"},
+                            [&](const TaskOutput& chunk, FWTaskEx&, const std::any*) {
+                                if (chunk.empty()) {
+                                    EXPECT_TRUE(runOnMainThread([&] { task.reset(); }));
+                                    isLeft = true;
+                                }
+                            },
+                            {});
+    while (!isLeft) {
+        serviceMainThread(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(task, nullptr);
 }
 
 TEST_F(FWTaskExAsyncTest, MayBelongToItsDelegate) {

@@ -1,10 +1,13 @@
 #include "support/FWTaskEx.h"
 
 #include "platform/tools/toolPath.h"
+#include "tests/suite/HeldTool.h"
 #include "tests/suite/TaskTest.h"
+#include "tests/support/FewDescriptors.h"
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -257,6 +260,34 @@ TEST_F(FWTaskExTest, ATerminationBeforeTheLaunchIsNotLost) {
     }
 }
 
+TEST_F(FWTaskExTest, AToolThatIsBeingStartedCountsAsRunningAndIsTerminatedThen) {
+    const std::string tool = made("tool", "#!/bin/sh\nexec sleep 1000\n", 0755);
+    HeldTool held(tool);
+    if (!held.isHeld()) {
+        GTEST_SKIP() << "This file system has no leases.";
+    }
+    TaskSlot slot;
+    std::jthread run(
+        [&] { EXPECT_EQ(FWTaskEx::terminationCodeFromTask(tool, {}, slot), SIGTERM); });
+    waitUntil([&] { return held.isWaitedFor(); });
+    const auto before = std::chrono::steady_clock::now();
+    EXPECT_TRUE(slot.isRunning());
+    slot.terminate();
+    EXPECT_TRUE(slot.isRunning());
+    EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(10))
+        << "nobody waits for the start but who starts";
+    held.release();
+    run.join();
+    EXPECT_FALSE(slot.isRunning());
+}
+
+TEST_F(FWTaskExTest, AToolThatCouldNotBeStartedDoesNotRun) {
+    TaskSlot slot;
+    EXPECT_FALSE(FWTaskEx::runTask("missing", {}, slot));
+    EXPECT_FALSE(slot.isEmpty());
+    EXPECT_FALSE(slot.isRunning());
+}
+
 TEST_F(FWTaskExTest, ASlotStaysEmptyWhenNothingCanRun) {
     TaskSlot slot;
     printedBy([&] {
@@ -270,9 +301,7 @@ TEST_F(FWTaskExTest, ASlotStaysEmptyWhenNothingCanRun) {
 // What is left behind
 
 TEST_F(FWTaskExTest, TenThousandToolsInARowLeaveNeitherZombiesNorDescriptors) {
-    FWTaskEx::runTaskAndReturn(kShell, script("read -r line <\"$0\"", {fifo("go")}));
-    writeInto("go", "on");
-    waitUntilAllAreReaped(); // From here on the reaping thread and its descriptor are there.
+    startReaper();
     const std::size_t before = openDescriptors();
     for (int i = 0; i < 2'500; ++i) {
         ASSERT_TRUE(FWTaskEx::runTask("/bin/true", {}));
@@ -284,13 +313,28 @@ TEST_F(FWTaskExTest, TenThousandToolsInARowLeaveNeitherZombiesNorDescriptors) {
     waitUntil([&] { return openDescriptors() <= before; }); // The last goes just after its child.
 }
 
+TEST_F(FWTaskExTest, ARunThatTakesNoOutputNeedsOneDescriptor) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "The sanitizer needs a pipe itself to look at an object's type.";
+#endif
+    const FewDescriptors few(1);
+    EXPECT_TRUE(FWTaskEx::runTask("/bin/true", {}));
+    EXPECT_EQ(FWTaskEx::terminationCodeFromTask(kShell, script("exit 3")), 3);
+}
+
 TEST_F(FWTaskExTest, LeavesTheDispositionOfSignalsAlone) {
+    const auto dispositions = [] {
+        std::vector<sighandler_t> handlers;
+        for (const int number : {SIGCHLD, SIGPIPE}) {
+            struct sigaction action = {};
+            ::sigaction(number, nullptr, &action);
+            handlers.push_back(action.sa_handler);
+        }
+        return handlers;
+    };
+    const auto before = dispositions(); // Who starts this program may have had SIGPIPE ignored.
     FWTaskEx::dataFromTask("/bin/true", {});
-    for (const int number : {SIGCHLD, SIGPIPE}) {
-        struct sigaction action = {};
-        ::sigaction(number, nullptr, &action);
-        EXPECT_EQ(action.sa_handler, SIG_DFL);
-    }
+    EXPECT_EQ(dispositions(), before);
 }
 
 TEST_F(FWTaskExTest, RunsToolsOfManyThreadsAtOnce) {

@@ -3,10 +3,12 @@
 #include "platform/mainthread/MainThread.h"
 #include "support/task/Task.h"
 #include "support/task/TaskRun.h"
+#include "tests/suite/HeldTool.h"
 #include "tests/suite/HeldWatchdogs.h"
 #include "tests/suite/TaskTest.h"
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <functional>
 #include <gmock/gmock.h>
@@ -174,6 +176,32 @@ TEST_F(FWTaskExTimeoutTest, OfAToolThatIgnoresItIsSaidAndTheToolRunsToItsEnd) {
                   bytes("first\nsecond\n"));
     });
     EXPECT_EQ(printed, std::string(kMessage) + "\n");
+}
+
+TEST_F(FWTaskExTimeoutTest, OfAToolThatIsStillBeingStartedEndsItThenAndHoldsNobodyUp) {
+    const std::string tool = made("tool", "#!/bin/sh\nexec sleep 1000\n", 0755);
+    HeldTool held(tool);
+    if (!held.isHeld()) {
+        GTEST_SKIP() << "This file system has no leases.";
+    }
+    HeldWatchdogs watchdogs;
+    const std::string message = "Task " + tool + " timed out. Terminating...";
+    const auto before = std::chrono::steady_clock::now();
+    const std::string printed = printedBy([&] {
+        EXPECT_EQ(served([&] { return FWTaskEx::terminationCodeFromTask(tool, {}, Timeout{60}); },
+                         [&] {
+                             if (held.isWaitedFor()) {
+                                 watchdogs.wake();
+                             }
+                             if (!logged().empty()) {
+                                 held.release();
+                             }
+                         }),
+                  SIGTERM);
+    });
+    EXPECT_EQ(printed, message + "\n");
+    EXPECT_THAT(logged(), ElementsAre(message));
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 20s);
 }
 
 TEST_F(FWTaskExTimeoutTest, OfAToolThatEndedInTimeDoesNothing) {

@@ -7,6 +7,15 @@
 #include <sys/wait.h>
 
 namespace fw::test {
+namespace {
+
+std::size_t entries(const char* folder) {
+    const std::filesystem::directory_iterator all(folder);
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+} // namespace
+
 void waitUntilAllAreReaped() {
     siginfo_t facts = {};
     waitUntil([&] { return ::waitid(P_ALL, 0, &facts, WEXITED | WNOWAIT | WNOHANG) != 0; });
@@ -14,8 +23,11 @@ void waitUntilAllAreReaped() {
 }
 
 std::size_t openDescriptors() {
-    const std::filesystem::directory_iterator all("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    return entries("/proc/self/fd");
+}
+
+std::size_t threads() {
+    return entries("/proc/self/task");
 }
 
 TaskOutput bytes(std::string_view text) {
@@ -54,6 +66,12 @@ std::string TaskTest::contents(const std::string& name) const {
 std::string TaskTest::fifo(const std::string& name) const {
     ::mkfifo(file(name).c_str(), 0600);
     return file(name);
+}
+
+void TaskTest::startReaper() const {
+    FWTaskEx::runTaskAndReturn(kShell, script("read -r line <\"$0\"", {fifo("left")}));
+    writeInto("left", "on");
+    waitUntilAllAreReaped();
 }
 
 } // namespace fw::test

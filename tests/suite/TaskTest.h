@@ -27,6 +27,7 @@ void waitUntil(Claim claim) {
 /// Until this process has no children, dead or alive.
 void waitUntilAllAreReaped();
 std::size_t openDescriptors();
+std::size_t threads();
 
 TaskOutput bytes(std::string_view text);
 std::string text(const TaskOutput& bytes);
@@ -54,6 +55,9 @@ protected:
     void writeInto(const std::string& name, const std::string& line) const {
         std::ofstream(file(name)) << line << '\n';
     }
+
+    /// From here on the thread that reaps children, and its descriptor, are there.
+    void startReaper() const;
 
 private:
     TemporaryFolder folder_;

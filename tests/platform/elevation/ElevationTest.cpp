@@ -37,8 +37,10 @@ constexpr const char* kMayRun = "sudo [-n] [-l] [--] [/bin/sh]";
 constexpr const char* kIsRight = "sudo [-S] [-k] [-p] [] [-v]";
 constexpr const char* kEnd = "sudo [-k]";
 
+/// Empty where the user has no account, as in some containers.
 std::string ownName() {
-    return ::getpwuid(::getuid())->pw_name;
+    const passwd* const account = ::getpwuid(::getuid());
+    return account == nullptr ? std::string() : account->pw_name;
 }
 
 /// Of somebody else who has an account.
@@ -92,6 +94,16 @@ protected:
     FakeSudo sudo_;
 };
 
+/// What needs an account of the user who runs the test.
+class ElevationOfUser : public Elevation {
+protected:
+    void SetUp() override {
+        if (ownName().empty()) {
+            GTEST_SKIP() << "The user of this process has no account.";
+        }
+    }
+};
+
 // Handed down
 
 TEST_F(Elevation, WithoutTheMarkNobodyLooksForATicket) {
@@ -124,7 +136,7 @@ TEST_F(Elevation, AParentsTicketIsUsedAndLeftToTheParent) {
                 ElementsAre(kHasTicket, kMayRun, "sudo [-n] [-b] [--] [/bin/sh] [-c] [echo ran]"));
 }
 
-TEST_F(Elevation, WhoFindsTheMarkEndsNoTicket) {
+TEST_F(ElevationOfUser, WhoFindsTheMarkEndsNoTicket) {
     const ScopedEnvironment marked(kMark, "1");
     sudo_.giveTicket();
     const auto mistaken = created(createAuthorization(ownName(), "wrong"));
@@ -212,7 +224,7 @@ TEST_F(Elevation, WhoCanAskAsksAgainWhenTheTicketHasExpired) {
 
 // With a password
 
-TEST_F(Elevation, ThePasswordOfTheUserGetsATicketAndIsForgotten) {
+TEST_F(ElevationOfUser, ThePasswordOfTheUserGetsATicketAndIsForgotten) {
     sudo_.giveTicket(); // One that is there already must not stand for the password.
     const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_THAT(sudo_.calls(), IsEmpty());
@@ -227,7 +239,7 @@ TEST_F(Elevation, ThePasswordOfTheUserGetsATicketAndIsForgotten) {
     EXPECT_EQ(markOfChildren(), "none");
 }
 
-TEST_F(Elevation, ThePasswordOfTheUserGetsATicketWhereThereIsNone) {
+TEST_F(ElevationOfUser, ThePasswordOfTheUserGetsATicketWhereThereIsNone) {
     const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     EXPECT_TRUE(sudo_.hasTicket());
@@ -235,14 +247,14 @@ TEST_F(Elevation, ThePasswordOfTheUserGetsATicketWhereThereIsNone) {
                 ElementsAre(kIsRight, kHasTicket, "sudo [-S] [-p] [] [-v]", kMayRun));
 }
 
-TEST_F(Elevation, AnExpiredTicketOfAPasswordIsAnError) {
+TEST_F(ElevationOfUser, AnExpiredTicketOfAPasswordIsAnError) {
     const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     sudo_.takeTicket();
     EXPECT_EQ(errorOfRun(authorization), EACCES);
 }
 
-TEST_F(Elevation, AWrongPasswordIsRefused) {
+TEST_F(ElevationOfUser, AWrongPasswordIsRefused) {
     sudo_.giveTicket();
     for (const std::string& password :
          {std::string("wrong"), std::string(), kPassword + " ", kPassword.substr(1)}) {
@@ -271,7 +283,7 @@ TEST_F(Elevation, AnAdministratorsPasswordIsGivenTwiceToEachCall) {
     EXPECT_THAT(sudo_.calls(), IsEmpty()) << "there is no password any more";
 }
 
-TEST_F(Elevation, WithoutAPipeForThePasswordNothingIsAsked) {
+TEST_F(ElevationOfUser, WithoutAPipeForThePasswordNothingIsAsked) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "The sanitizer needs a pipe itself to look at an object's type.";
 #endif
@@ -298,7 +310,7 @@ TEST_F(Elevation, AnAdministratorWithoutTheRightOrThePasswordIsRefused) {
     EXPECT_EQ(errorOfRun(ordinary), EACCES);
 }
 
-TEST_F(Elevation, ThePasswordIsSeenNowhere) {
+TEST_F(ElevationOfUser, ThePasswordIsSeenNowhere) {
     writeText(sudo_.file("environments"), "");
     for (const std::string& user : {ownName(), otherName()}) {
         const auto authorization = created(createAuthorization(user, kPassword));
@@ -310,7 +322,7 @@ TEST_F(Elevation, ThePasswordIsSeenNowhere) {
     EXPECT_THAT(sudo_.everythingSeen(), Not(HasSubstr(kPassword)));
 }
 
-TEST_F(Elevation, NobodyHasAnAccountOrAPasswordThatCannotBe) {
+TEST_F(ElevationOfUser, NobodyHasAnAccountOrAPasswordThatCannotBe) {
     const std::string zero("\0", 1);
     for (const std::string& user : {std::string(), std::string("no such account"), std::string("-"),
                                     "x\n" + ownName(), ownName() + zero, ownName() + zero + "x"}) {
@@ -385,7 +397,7 @@ TEST_F(Elevation, AnArgumentWithAZeroByteIsAnError) {
     EXPECT_EQ(stream.error().code, EINVAL);
 }
 
-TEST_F(Elevation, WithoutSudoNothingCanBeMade) {
+TEST_F(ElevationOfUser, WithoutSudoNothingCanBeMade) {
     sudo_.uninstall("sudo");
     const auto asking = createAuthorization();
     ASSERT_FALSE(asking);
@@ -397,7 +409,7 @@ TEST_F(Elevation, WithoutSudoNothingCanBeMade) {
     EXPECT_EQ(adoptedAuthorization(), nullptr);
 }
 
-TEST_F(Elevation, AProgramThatIsGoneSinceIsTheErrorOfTheRun) {
+TEST_F(ElevationOfUser, AProgramThatIsGoneSinceIsTheErrorOfTheRun) {
     const auto authorization = created(createAuthorization(ownName(), kPassword));
     EXPECT_TRUE(authorization->requestAdministratorRight());
     sudo_.uninstall("sudo");

@@ -43,6 +43,35 @@ TEST(MainThread, RunsWhatAnotherThreadWaitsFor) {
     serveUntil(isDone);
 }
 
+TEST(MainThread, KnowsWhoWaitsForWhatItRuns) {
+    std::atomic<bool> isDone = false;
+    std::jthread outer([&] {
+        const std::thread::id first = std::this_thread::get_id();
+        EXPECT_FALSE(isMainThreadRunningFor(first)) << "this is not the main thread";
+        runOnMainThread([&] {
+            EXPECT_TRUE(isMainThreadRunningFor(first));
+            std::atomic<bool> isInnerDone = false;
+            std::jthread inner([&] {
+                const std::thread::id second = std::this_thread::get_id();
+                runOnMainThread([&] {
+                    EXPECT_TRUE(isMainThreadRunningFor(second));
+                    EXPECT_TRUE(isMainThreadRunningFor(first)) << "which waits on";
+                });
+                postToMainThread([&, second] {
+                    EXPECT_FALSE(isMainThreadRunningFor(second)) << "it does not wait";
+                    isInnerDone = true;
+                });
+                EXPECT_FALSE(isMainThreadRunningFor(first)) << "nor is this";
+            });
+            serveUntil(isInnerDone);
+            EXPECT_TRUE(isMainThreadRunningFor(first));
+        });
+        isDone = true;
+    });
+    serveUntil(isDone);
+    EXPECT_FALSE(isMainThreadRunningFor(outer.get_id()));
+}
+
 TEST(MainThread, RunsItsOwnAtOnceWhenItWaits) {
     bool ran = false;
     EXPECT_TRUE(runOnMainThread([&] { ran = true; }));

@@ -103,12 +103,12 @@ TEST(ChildProcess, IsKilledAndReapedWhenTheObjectGoes) {
 }
 
 TEST(ChildProcess, NoOtherDescriptorReachesIt) {
-    // Without close-on-exec, as a careless library would leave it.
-    const int leaked = ::open("/dev/null", O_RDONLY);
-    ASSERT_GE(leaked, 3);
+    // Without close-on-exec, as a careless library would leave it, and beside the standard streams.
+    const FileDescriptor null(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    const FileDescriptor leaked(::fcntl(null.get(), F_DUPFD, 3));
+    ASSERT_TRUE(leaked);
     const auto child = started(shell("exec ls /proc/self/fd"));
     EXPECT_EQ(wholeOutput(*child), "0\n1\n2\n3\n") << "3 is the list's own";
-    ::close(leaked);
 }
 
 TEST(ChildProcess, ItsStandardInputIsEmpty) {
@@ -328,12 +328,25 @@ TEST(ChildProcess, AvailableOutputWaitsForIt) {
     EXPECT_EQ(child->availableError(), "");
 }
 
+/// SIGUSR1 interrupts what a thread waits for, and nothing else, while this lives.
+class HandledSignal {
+public:
+    HandledSignal() {
+        struct sigaction handler = {};
+        handler.sa_handler = [](int) {
+        };
+        ::sigaction(SIGUSR1, &handler, &before_);
+    }
+    ~HandledSignal() { ::sigaction(SIGUSR1, &before_, nullptr); }
+    HandledSignal(const HandledSignal&) = delete;
+    HandledSignal& operator=(const HandledSignal&) = delete;
+
+private:
+    struct sigaction before_ = {};
+};
+
 TEST(ChildProcess, AvailableOutputGoesOnAfterASignal) {
-    struct sigaction handler = {};
-    struct sigaction before = {};
-    handler.sa_handler = [](int) {
-    };
-    ::sigaction(SIGUSR1, &handler, &before);
+    const HandledSignal handled;
     const auto child = started(shell("exec sleep 1000"));
     std::atomic<bool> isDone = false;
     std::jthread reading([&] {
@@ -347,7 +360,6 @@ TEST(ChildProcess, AvailableOutputGoesOnAfterASignal) {
     EXPECT_FALSE(isDone);
     child->signal(SIGTERM);
     reading.join();
-    ::sigaction(SIGUSR1, &before, nullptr);
 }
 
 TEST(ChildProcess, WaitingForOutputCanBeStoppedByAnotherThread) {
@@ -377,7 +389,41 @@ TEST(ChildProcess, OneWhoseOutputIsClosedEndsWhenItWritesOn) {
     EXPECT_EQ(child->wait(), ChildEnd(KilledBySignal{SIGPIPE}));
 }
 
+/// Signals that come to the thread that made this, again and again while it lives.
+class SignalsToThisThread {
+public:
+    SignalsToThisThread()
+        : sending_([target = ::pthread_self()](const std::stop_token& stop) {
+              while (!stop.stop_requested()) {
+                  ::pthread_kill(target, SIGUSR1);
+              }
+          }) {}
+
+private:
+    HandledSignal handled_;
+    std::jthread sending_;
+};
+
+TEST(ChildProcess, WaitingForTheEndGoesOnAfterASignal) {
+    const auto child = started(shell("exec sleep 1000"));
+    const SignalsToThisThread signals;
+    EXPECT_EQ(child->wait(std::chrono::milliseconds(100)), std::nullopt);
+    child->signal(SIGTERM);
+    EXPECT_EQ(child->wait(), ChildEnd(KilledBySignal{SIGTERM}));
+}
+
 // What any thread may ask.
+
+TEST(ChildProcess, RunsAlsoForAThreadThatASignalInterrupts) {
+    const auto child = started(shell("exec sleep 1000"));
+    const SignalsToThisThread signals;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+    int wronglyEnded = 0;
+    while (std::chrono::steady_clock::now() < end) {
+        wronglyEnded += child->isRunning() ? 0 : 1;
+    }
+    EXPECT_EQ(wronglyEnded, 0);
+}
 
 TEST(ChildProcess, KnowsWhetherItRunsWithoutReapingIt) {
     const auto child = started(shell("exec sleep 1000"));
