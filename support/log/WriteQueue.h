@@ -24,6 +24,7 @@ public:
     /// Called on the worker; must not throw. It may add texts to the queue.
     using Consumer = std::function<void(std::span<const std::string_view> texts)>;
 
+    /// Throws std::system_error when there is no thread to be had.
     explicit WriteQueue(Consumer consumer);
     /// Waits until every text is consumed.
     ~WriteQueue();
