@@ -34,9 +34,9 @@ enum class NoPrinting : bool { kNo, kYes };
 ///
 /// Every operation is safe from any thread; calls of createNewLog are not ordered among each
 /// other. Failures never reach the caller: they are told on standard output, unless printing is
-/// off. Without a thread to be had lines are lost and the program goes on; only an answer may lack
-/// the memory it needs. An uncaught exception's reason is logged; what waits when the process exits
-/// is written, unless more than ten lines wait.
+/// off. Without a thread to be had, or beyond a limit of a file's size, lines are lost and the
+/// program goes on; only an answer may lack the memory it needs. An uncaught exception's reason is
+/// logged; what waits when the process exits is written, unless more than ten lines wait.
 ///
 /// Formats are those of formattedText(), after escapeTextForLogging(). An absent format does
 /// nothing.

@@ -233,6 +233,23 @@ TEST_F(ScannerDiagnosticsTest, AHomeThatCannotBeWrittenDoesNotKeepItFromScanning
     fs::permissions(folder.file("closed"), fs::perms(0700));
 }
 
+TEST_F(ScannerDiagnosticsTest, ALimitOfAFilesSizeDoesNotKeepItFromScanning) {
+    EXPECT_EQ(runWithLimit("--fsize=0", command(movie)), (ScannerOutcome{ExitedWithStatus{0}, ""}));
+    EXPECT_TRUE(fs::is_empty(folder.file("Library/Preferences"))) << "nothing is left of a marker";
+    EXPECT_EQ(readText(log()), "");
+    const std::string missing = "ERR:Unable to locate file. The macOS sandbox may be preventing "
+                                "access.\n";
+    EXPECT_EQ(runWithLimit("--fsize=0", command(folder.file("missing"))),
+              (ScannerOutcome{ExitedWithStatus{1}, missing}));
+}
+
+TEST_F(ScannerDiagnosticsTest, ResultsThatALimitOfAFilesSizeCutsOffDoNotEndTheScan) {
+    Lines shell = {"/bin/sh", "-c", "exec \"$0\" \"$@\" >'" + folder.file("output") + "'"};
+    const Lines scanner = command(folder.file("missing"));
+    shell.insert(shell.end(), scanner.begin(), scanner.end());
+    EXPECT_EQ(runWithLimit("--fsize=0", shell), (ScannerOutcome{ExitedWithStatus{1}, ""}));
+}
+
 TEST_F(ScannerDiagnosticsTest, WithoutAThreadForTheLogTheRunGoesOn) {
     // The leak checker of a sanitized scanner would need a process of its own.
     const test::ScopedEnvironment sanitizer("ASAN_OPTIONS", "detect_leaks=0");

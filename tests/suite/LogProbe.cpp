@@ -98,7 +98,6 @@ void createOnThreads(const std::string& counts) {
 }
 
 void limitFileSize(const std::string& bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
     // The hard limit stays: a later call may give the disk room again.
     const rlimit limit{std::stoul(bytes), RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &limit);
