@@ -29,6 +29,8 @@ void fillStandardStreams() {
 void prepareSignals() {
     // A reader that goes away is an output error, told in words.
     ::signal(SIGPIPE, SIG_IGN);
+    // So is a limit of a file's size.
+    ::signal(SIGXFSZ, SIG_IGN);
     // Whoever started us may have ignored it, and then the scanner's end would be lost.
     ::signal(SIGCHLD, SIG_DFL);
 }

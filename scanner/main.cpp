@@ -12,6 +12,8 @@ int main(int argc, char** argv) {
     fw::installCrashReports("OxbowGlint", arguments);
     // A parent that no longer reads our standard error must not end the scan.
     std::signal(SIGPIPE, SIG_IGN);
+    // Nor must a limit of a file's size: it is a write that fails, as on a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     fw::RunServices services;
     services.openAsset = [](const std::string& path) {
         return fw::openLibavAsset(path);

@@ -6,8 +6,6 @@
 #include "platform/process/RunningProgram.h"
 #include "support/bugreporter/CrashReportSearch.h"
 
-#include <sys/stat.h>
-
 namespace fw {
 void installCrashReports(const std::string& applicationName,
                          const std::vector<std::string>& arguments) {
@@ -17,7 +15,7 @@ void installCrashReports(const std::string& applicationName,
     settings.version = projectVersion();
     settings.executable = runningExecutable();
     settings.arguments = arguments;
-    static_cast<void>(makeFolder(settings.folder, S_IRWXU));
+    static_cast<void>(makePrivateFolder(settings.folder));
     installCrashHandler(settings);
 }
 

@@ -3,6 +3,7 @@
 #include "base/systemLog.h"
 #include "base/text.h"
 #include "platform/files/Folders.h"
+#include "platform/files/actAsOwner.h"
 #include "platform/mainthread/MainThread.h"
 #include "platform/plist/PropertyListFile.h"
 #include "support/FWLocalPaths.h"
@@ -63,20 +64,20 @@ std::optional<PropertyListDate> dateIn(const PropertyListDictionary& store, cons
     return date == nullptr ? std::nullopt : std::optional(*date);
 }
 
-void makePrivateFolder(const std::string& path) {
-    if (!path.empty()) {
-        static_cast<void>(makeFolder(path, 0700));
-    }
-}
-
 /// Sets a date to now and leaves the other values as they are.
-void recordNow(const char* key, const std::string& plistPath) {
-    const std::string path = storePath(plistPath);
+void setToNow(const char* key, const std::string& path) {
     PropertyListDictionary store = readStore(path);
     store[key].content = bugReporterServices().now();
-    makePrivateFolder(path.substr(0, path.rfind('/') + 1));
+    static_cast<void>(makePrivateFolder(path.substr(0, path.rfind('/') + 1)));
     static_cast<void>(writePropertyList(path, store));
-    if (!plistPath.empty()) {
+}
+
+void recordNow(const char* key, const std::string& plistPath) {
+    const std::string path = storePath(plistPath);
+    const Actor actor = actAsOwner(path, [&] { setToNow(key, path); });
+    // What its owner wrote is theirs; they may also have put a link to a file of others there,
+    // which the superuser's chown would follow.
+    if (!plistPath.empty() && actor == Actor::kSelf) {
         FWBugReporter::chownPlist(plistPath);
     }
 }
@@ -109,7 +110,7 @@ void FWBugReporter::startBugReporter(const std::string& applicationName,
     if (!report.empty() && delegate.applicationDidCrashWithLog) {
         postToMainThread([tell = delegate.applicationDidCrashWithLog, report] { tell(report); });
     }
-    makePrivateFolder(ownCrashReportFolder());
+    static_cast<void>(makePrivateFolder(ownCrashReportFolder()));
     recordNow(kLaunch, plistPath);
 }
 

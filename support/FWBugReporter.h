@@ -16,7 +16,9 @@ struct FWBugReporterDelegate {
 /// the dates "launch" and "exit" in a property list, which keeps whole seconds: at `plistPath`, or,
 /// with no path, in the running program's own preferences. An empty text is the same as none; with
 /// no application name, the running program's file name is taken. No failure is reported, nothing
-/// is thrown. Stateless; two callers of one property list at the same time may lose a date.
+/// is thrown. In another user's home the superuser's program has that user's rights to the property
+/// list, and what it makes belongs to that user. Stateless; two callers of one property list at the
+/// same time may lose a date.
 class FWBugReporter {
 public:
     FWBugReporter() = delete;

@@ -31,7 +31,8 @@ constexpr std::uint64_t kMostBytes = 5'000'000;
 constexpr std::size_t kShortText = 99;
 /// More lines than this are dropped at exit rather than delaying it.
 constexpr std::size_t kMostPendingAtExit = 10;
-/// An uncaught exception may have left a lock locked that the worker needs.
+/// An uncaught exception may have left a lock locked that the worker needs, or its disk may be
+/// stuck.
 constexpr std::chrono::seconds kMostTimeToDie{5};
 
 std::terminate_handler nextTerminateHandler = nullptr;
@@ -41,8 +42,7 @@ std::terminate_handler nextTerminateHandler = nullptr;
     static std::atomic<bool> isRunning = false;
     const std::optional<CurrentException> exception = currentException();
     if (exception && !isRunning.exchange(true)) {
-        FWLog::appendLogAndPrint(exception->reason());
-        FWLog::finishWriting(kMostTimeToDie);
+        FWLog::logLastWords(exception->reason());
     }
     if (nextTerminateHandler != nullptr) {
         nextTerminateHandler();
@@ -90,11 +90,23 @@ FWLog& FWLog::sharedController() {
     return instance(isNew);
 }
 
-FWLog::FWLog()
-    : queue_(std::make_unique<WriteQueue>(
-          [this](std::span<const std::string_view> texts) { writeTexts(texts); })) {}
+/// Never destroyed, like the log. Throws while the system has no thread for it; whoever comes later
+/// tries again.
+WriteQueue& FWLog::queue() {
+    static auto* const queue =
+        new WriteQueue([this](std::span<const std::string_view> texts) { writeTexts(texts); });
+    return *queue;
+}
 
-FWLog::~FWLog() = default;
+/// Failures of the log, such as no memory or no thread to be had, are not the program's.
+template <typename Action>
+void FWLog::guarded(Action action) {
+    try {
+        action(sharedController());
+    } catch (const std::exception&) {
+        // What was to be logged is lost, and the program goes on.
+    }
+}
 
 // A new log
 
@@ -103,9 +115,10 @@ void FWLog::createNewLog(const std::string& appName) {
 }
 
 void FWLog::createNewLog(const std::string& appName, NoPrinting noPrinting) {
-    FWLog& log = sharedController();
-    log.setNoPrinting(noPrinting);
-    log.openNewLog(appName);
+    guarded([&](FWLog& log) {
+        log.setNoPrinting(noPrinting);
+        log.openNewLog(appName);
+    });
 }
 
 void FWLog::openNewLog(const std::string& appName) {
@@ -169,7 +182,9 @@ std::string FWLog::appName() const {
 }
 
 std::vector<std::string> FWLog::availableLogs() {
-    return existingGenerations(logPlace(sharedController().appName()));
+    std::vector<std::string> logs;
+    guarded([&](const FWLog& log) { logs = existingGenerations(logPlace(log.appName())); });
+    return logs;
 }
 
 // Lines
@@ -180,14 +195,11 @@ std::string FWLog::escapeTextForLogging(std::string_view text) {
 
 void FWLog::with(Format format, std::initializer_list<FormatArgument> arguments,
                  Operation operation) {
-    try {
-        FWLog& log = sharedController();
+    guarded([&](FWLog& log) {
         if (format && !log.loggingDisabled_) {
             (log.*operation)(*format, Arguments(arguments.begin(), arguments.size()));
         }
-    } catch (const std::exception&) {
-        // No memory or no thread to be had: the text is lost, and the program goes on.
-    }
+    });
 }
 
 void FWLog::fastAppend(std::string_view format, Arguments arguments) {
@@ -213,11 +225,18 @@ void FWLog::appendAndPrint(std::string_view format, Arguments arguments) {
     print(consoleEcho(text) + '\n');
 }
 
+void FWLog::fastAppendAndPrint(std::string_view format, Arguments arguments) {
+    const std::string text(trimmed(filledForLogging(format, arguments)));
+    fastAppend(text, {});
+    print(consoleEcho(text) + '\n');
+}
+
 void FWLog::appendTextToLog(std::string_view text) {
     const std::string_view kept = trimmed(text);
     if (!kept.empty()) {
+        WriteQueue& texts = queue();
         bytesInQueue_ += characterCount(kept);
-        queue_->enqueue(kept);
+        texts.enqueue(kept);
     }
 }
 
@@ -317,37 +336,39 @@ void FWLog::rotateWhenFull() {
 // The end
 
 void FWLog::finishWriting() {
-    sharedController().finish();
-}
-
-void FWLog::finishWriting(std::chrono::milliseconds limit) {
-    FWLog& log = sharedController();
-    if (!log.queue_->isWorker()) {
-        log.queue_->waitUntilFinished(limit);
-    }
+    guarded([](FWLog& log) { log.finish(); });
 }
 
 void FWLog::finish() {
     // The worker cannot wait for itself; what was queued before its text is written already.
-    if (!queue_->isWorker()) {
+    if (!queue().isWorker()) {
         const std::lock_guard lock(finishMutex_);
-        queue_->waitUntilFinished();
+        queue().waitUntilFinished();
     }
 }
 
+void FWLog::logLastWords(std::string_view reason) {
+    with(reason, {}, &FWLog::fastAppendAndPrint);
+    guarded([](FWLog& log) {
+        if (!log.queue().isWorker()) {
+            log.queue().waitUntilFinished(kMostTimeToDie);
+        }
+    });
+}
+
 void FWLog::willTerminate() {
-    sharedController().terminate();
+    guarded([](FWLog& log) { log.terminate(); });
 }
 
 void FWLog::terminate() {
     if (isTerminated_.exchange(true)) {
         return;
     }
-    if (queue_->pendingCount() <= kMostPendingAtExit) {
+    if (queue().pendingCount() <= kMostPendingAtExit) {
         finish();
-        queue_->close();
+        queue().close();
     } else {
-        queue_->abandon();
+        queue().abandon();
     }
     const std::lock_guard lock(fieldsMutex_);
     appName_.clear();

@@ -3,7 +3,6 @@
 #include "base/FormatArgument.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -35,8 +34,9 @@ enum class NoPrinting : bool { kNo, kYes };
 ///
 /// Every operation is safe from any thread; calls of createNewLog are not ordered among each
 /// other. Failures never reach the caller: they are told on standard output, unless printing is
-/// off. An uncaught exception's reason is logged; what waits when the process exits is written,
-/// unless more than ten lines wait.
+/// off. Without a thread to be had, or beyond a limit of a file's size, lines are lost and the
+/// program goes on; only an answer may lack the memory it needs. An uncaught exception's reason is
+/// logged; what waits when the process exits is written, unless more than ten lines wait.
 ///
 /// Formats are those of formattedText(), after escapeTextForLogging(). An absent format does
 /// nothing.
@@ -86,8 +86,9 @@ public:
 
     /// Waits until every line queued before is written.
     static void finishWriting();
-    /// The same for so long at most.
-    static void finishWriting(std::chrono::milliseconds limit);
+    /// For a process that dies of `reason`: logs and shows it as appendLogAndPrint does, and waits
+    /// for the log for some seconds at most, whatever it is stuck in.
+    static void logLastWords(std::string_view reason);
     /// The paths of the generations that exist in the user's folder, the newest first.
     static std::vector<std::string> availableLogs();
     /// See escapedForLogging().
@@ -109,16 +110,20 @@ private:
     using Arguments = std::span<const FormatArgument>;
     using Operation = void (FWLog::*)(std::string_view format, Arguments arguments);
 
-    FWLog();
-    ~FWLog();
+    FWLog() = default;
+    ~FWLog() = default;
     static FWLog& instance(bool& isNew);
+    WriteQueue& queue();
 
+    template <typename Action>
+    static void guarded(Action action);
     static void with(Format format, std::initializer_list<FormatArgument> arguments,
                      Operation operation);
     void append(std::string_view format, Arguments arguments);
     void fastAppend(std::string_view format, Arguments arguments);
     void appendAndPrint(std::string_view format, Arguments arguments);
     void appendAgain(std::string_view format, Arguments arguments);
+    void fastAppendAndPrint(std::string_view format, Arguments arguments);
     void appendTextToLog(std::string_view text);
 
     void openNewLog(const std::string& appName);
@@ -149,7 +154,6 @@ private:
 
     std::mutex filesMutex_;  ///< Held while files are moved, so that no line meets a gap.
     std::mutex finishMutex_; ///< Those who wait for the queue, one after the other.
-    std::unique_ptr<WriteQueue> queue_;
 };
 
 } // namespace fw

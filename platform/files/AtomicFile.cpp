@@ -3,6 +3,7 @@
 #include "base/Result.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
+#include "platform/files/SizeLimitAsError.h"
 #include "platform/files/fileModes.h"
 #include "platform/files/writeAll.h"
 
@@ -90,6 +91,7 @@ public:
     int failure() const { return failure_; }
 
     void fill(std::string_view bytes) {
+        const SizeLimitAsError limit;
         note(failure_ != 0 ? 0 : writeAll(::write, file_.get(), bytes.data(), bytes.size()));
     }
 

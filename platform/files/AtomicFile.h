@@ -18,8 +18,8 @@ enum class Flush : bool { kNo, kYes };
 /// machine. A link at `path` stays, and what it points to is replaced. An existing file keeps its
 /// permissions and, as far as this process may give files away, its owner and group; a new one gets
 /// exactly `modeOfNewFile`, whatever the umask. Other hard links of the old file keep the old
-/// contents. Only regular files are replaced. Nothing, or why it failed (domain "POSIX"); a failure
-/// leaves nothing behind. Safe from any thread.
+/// contents. Only regular files are replaced. Nothing, or why it failed (domain "POSIX"); a
+/// failure, that of the limit of a file's size too, leaves nothing behind. Safe from any thread.
 [[nodiscard]] std::optional<Error> writeFileAtomically(const std::string& path,
                                                        std::string_view bytes,
                                                        mode_t modeOfNewFile = 0600,

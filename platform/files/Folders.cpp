@@ -2,7 +2,10 @@
 
 #include "platform/PosixError.h"
 #include "platform/files/FileFacts.h"
+#include "platform/files/actAsOwner.h"
+#include "platform/files/fileModes.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -12,12 +15,23 @@ namespace {
 
 constexpr mode_t kEverything = 0777; // Less the umask.
 
+/// Gives a folder just made its mode; 0, or an errno. Whoever may write to its parent can have put
+/// a link into its place meanwhile, which is not followed.
+int setMode(const std::string& path, mode_t mode) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+        return errno;
+    }
+    const bool isSet = S_ISDIR(status.st_mode) && (status.st_mode & kPermissions) == mode;
+    return isSet || ::fchmodat(AT_FDCWD, path.c_str(), mode, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
 /// One folder whose parent exists; 0, or an errno. Without a mode the umask decides.
 int makeOne(const std::string& path, std::optional<mode_t> mode) {
     if (::mkdir(path.c_str(), mode.value_or(kEverything)) != 0) {
         return errno;
     }
-    return !mode || ::chmod(path.c_str(), *mode) == 0 ? 0 : errno;
+    return mode ? setMode(path, *mode) : 0;
 }
 
 /// 0, or an errno.
@@ -61,6 +75,12 @@ std::optional<Error> makeFolder(const std::string& path, mode_t mode) {
 
 std::optional<Error> makeFolder(const std::string& path) {
     return make(path, std::nullopt);
+}
+
+std::optional<Error> makePrivateFolder(const std::string& path) {
+    std::optional<Error> failure = posixError(EPERM);
+    actAsOwner(path, [&] { failure = makeFolder(path, S_IRWXU); });
+    return failure;
 }
 
 } // namespace fw

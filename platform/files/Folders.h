@@ -21,4 +21,9 @@ std::string parentFolder(const std::string& path);
 /// The same for folders of users: everybody may do everything in them, less the umask.
 [[nodiscard]] std::optional<Error> makeFolder(const std::string& path);
 
+/// The same for what a program keeps in a user's home: folders for their owner alone (0700). Made
+/// by the superuser they belong to the user whose folder they are in (actAsOwner), who would be
+/// locked out otherwise.
+[[nodiscard]] std::optional<Error> makePrivateFolder(const std::string& path);
+
 } // namespace fw

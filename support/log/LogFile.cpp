@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -17,8 +18,11 @@ off_t sizeWhenTorn(int file) {
     if (::fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
         return 0;
     }
+    // A size that is asked for may be one in the middle of another process's write. The search for
+    // the end of the data waits, on the usual file systems, until that write is through.
+    const off_t size = ::lseek(file, status.st_size - 1, SEEK_HOLE);
     char last = '\n';
-    return ::pread(file, &last, 1, status.st_size - 1) == 1 && last != '\n' ? status.st_size : 0;
+    return size > 0 && ::pread(file, &last, 1, size - 1) == 1 && last != '\n' ? size : 0;
 }
 
 } // namespace

@@ -17,7 +17,6 @@
 namespace fw {
 namespace {
 
-constexpr mode_t kFolderMode = 0700;
 constexpr mode_t kLogMode = 0644;
 
 std::string logFolder(bool userDomain) {
@@ -90,7 +89,7 @@ std::vector<std::string> existingGenerations(const LogPlace& place) {
 }
 
 std::optional<std::string> makeLogFolder(const LogPlace& place) {
-    if (!FWFileManager::fileExistsAtPath(place.folder) && makeFolder(place.folder, kFolderMode)) {
+    if (!FWFileManager::fileExistsAtPath(place.folder) && makePrivateFolder(place.folder)) {
         return formattedText("Unable to create folder %s.\n", place.folder);
     }
     return std::nullopt;

@@ -1,5 +1,6 @@
 #include "support/log/WriteQueue.h"
 
+#include "platform/files/SizeLimitAsError.h"
 #include "support/CrashReports.h"
 
 #include <algorithm>
@@ -93,6 +94,7 @@ void WriteQueue::abandon() {
 
 void WriteQueue::work(const std::shared_ptr<State>& state, const Consumer& consumer) {
     const CrashReportedThread reported;
+    const SizeLimitAsError limit;
     // Two lists in turn: what came in is taken at once, and neither is made anew.
     TextList taken;
     std::unique_lock lock(state->mutex);

@@ -21,9 +21,11 @@ namespace fw {
 /// Safe from any thread, but for what waits: that must not be called on the worker.
 class WriteQueue {
 public:
-    /// Called on the worker; must not throw. It may add texts to the queue.
+    /// Called on the worker, where a limit of a file's size is an error like others; must not
+    /// throw. It may add texts to the queue.
     using Consumer = std::function<void(std::span<const std::string_view> texts)>;
 
+    /// Throws std::system_error when there is no thread to be had.
     explicit WriteQueue(Consumer consumer);
     /// Waits until every text is consumed.
     ~WriteQueue();

@@ -1,3 +1,4 @@
+#include "platform/FileDescriptor.h"
 #include "tests/oxbow/OxbowProcess.h"
 #include "tests/support/plainCrashes.h"
 
@@ -6,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -200,6 +202,23 @@ TEST_F(ScanProgram, AFullDeviceEndsWithFour) {
     house_.setScript("frames 0 4\nfinish");
     EXPECT_EQ(house_.start({"scan", "--json", house_.movie()}, {full, -1})->wait().status, 4);
     ::close(full);
+}
+
+TEST_F(ScanProgram, ALimitOfAFilesSizeEndsWithFour) {
+    constexpr rlim_t kLimit = 100'000; // The other files stay below it.
+    const std::string path = house_.file("output");
+    std::ofstream(path) << std::string(kLimit, 'x');
+    const FileDescriptor output(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    house_.setScript("frames 0 4\nfinish");
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit small{kLimit, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    const auto scan = house_.start({"scan", house_.movie()}, {output.get(), -1});
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    const Finished end = scan->wait();
+    EXPECT_EQ(end.status, 4);
+    EXPECT_THAT(end.error, HasSubstr("File too large"));
 }
 
 TEST_F(ScanProgram, AClosedPipeEndsWithFour) {

@@ -3,6 +3,7 @@
 #include "platform/plist/PropertyListFile.h"
 #include "tests/scanner/ScannerHomeTest.h"
 #include "tests/support/FileText.h"
+#include "tests/support/ScopedEnvironment.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <functional>
 #include <thread>
+#include <utility>
 
 namespace fw {
 namespace {
@@ -105,6 +107,21 @@ protected:
     }
 
     ScannerOutcome scan() const { return run(fullArguments()); }
+    /// Runs a command with a limit, as prlimit's option says it.
+    ScannerOutcome runWithLimit(const std::string& limit, Lines command) {
+        command.insert(command.begin(), {limit, "--"});
+        const std::string scanner = std::exchange(program, "/usr/bin/prlimit");
+        ScannerOutcome outcome = run(command);
+        program = scanner;
+        return outcome;
+    }
+    /// The scanner with its arguments.
+    Lines command(const std::string& moviePath) const {
+        Lines all = fullArguments();
+        all[0] = moviePath;
+        all.insert(all.begin(), program);
+        return all;
+    }
     /// A scan that dies of a fault.
     void crash() const {
         // A parent that never answers holds the scan back.
@@ -214,6 +231,32 @@ TEST_F(ScannerDiagnosticsTest, AHomeThatCannotBeWrittenDoesNotKeepItFromScanning
     EXPECT_EQ(scan(), (ScannerOutcome{ExitedWithStatus{0}, ""}));
     EXPECT_TRUE(fs::is_empty(folder.file("closed")));
     fs::permissions(folder.file("closed"), fs::perms(0700));
+}
+
+TEST_F(ScannerDiagnosticsTest, ALimitOfAFilesSizeDoesNotKeepItFromScanning) {
+    EXPECT_EQ(runWithLimit("--fsize=0", command(movie)), (ScannerOutcome{ExitedWithStatus{0}, ""}));
+    EXPECT_TRUE(fs::is_empty(folder.file("Library/Preferences"))) << "nothing is left of a marker";
+    EXPECT_EQ(readText(log()), "");
+    const std::string missing = "ERR:Unable to locate file. The macOS sandbox may be preventing "
+                                "access.\n";
+    EXPECT_EQ(runWithLimit("--fsize=0", command(folder.file("missing"))),
+              (ScannerOutcome{ExitedWithStatus{1}, missing}));
+}
+
+TEST_F(ScannerDiagnosticsTest, ResultsThatALimitOfAFilesSizeCutsOffDoNotEndTheScan) {
+    Lines shell = {"/bin/sh", "-c", "exec \"$0\" \"$@\" >'" + folder.file("output") + "'"};
+    const Lines scanner = command(folder.file("missing"));
+    shell.insert(shell.end(), scanner.begin(), scanner.end());
+    EXPECT_EQ(runWithLimit("--fsize=0", shell), (ScannerOutcome{ExitedWithStatus{1}, ""}));
+}
+
+TEST_F(ScannerDiagnosticsTest, WithoutAThreadForTheLogTheRunGoesOn) {
+    // The leak checker of a sanitized scanner would need a process of its own.
+    const test::ScopedEnvironment sanitizer("ASAN_OPTIONS", "detect_leaks=0");
+    EXPECT_THAT(runWithLimit("--nproc=1", command(folder.file("missing"))),
+                (ScannerOutcome{ExitedWithStatus{1}, "ERR:Unable to locate file. The macOS sandbox "
+                                                     "may be preventing access.\n"}));
+    expectCleanEnd();
 }
 
 TEST_F(ScannerDiagnosticsTest, DamagedMarkersCountAsNone) {

@@ -96,11 +96,8 @@ TEST_F(FWLogLifeTest, UpToTenWaitingLinesAreWaitedForAtExitAndMoreAreNot) {
 }
 
 TEST_F(FWLogLifeTest, TheMainThreadNeverWaitsForTheLog) {
-    const FileDescriptor reader = pipeInPlaceOfTheLog();
-    std::vector<std::string> instructions = {"many=100000"};
-    instructions.insert(instructions.end(), 20, "append=short");
-    instructions.push_back("die");
-    EXPECT_EQ(home.outputOf(instructions), "");
+    const FileDescriptor reader = stuckPipe();
+    EXPECT_EQ(home.outputOf({"append=short", "die"}), "");
 }
 
 TEST_F(FWLogLifeTest, AShortLineOfAnotherThreadIsOnDiskWhenTheCallReturns) {
@@ -126,8 +123,8 @@ TEST_F(FWLogLifeTest, ALineOfOneToNinetyNineCharactersWaitsOffTheMainThread) {
 
 TEST_F(FWLogLifeTest, TheWaitLooksAtTheTextBeforeTrimming) {
     // 101 characters before trimming: the call returns at once, while the pipe is stuck.
-    const FileDescriptor reader = pipeInPlaceOfTheLog();
-    EXPECT_EQ(home.outputOf({"many=100000", "short=x" + std::string(100, ' ')}), "");
+    const FileDescriptor reader = stuckPipe();
+    EXPECT_EQ(home.outputOf({"waits=x" + std::string(100, ' '), "die"}), "went on\n");
 }
 
 TEST_F(FWLogLifeTest, ManyWaitingCharactersLetEvenAShortLineGoWithoutWaiting) {
@@ -157,6 +154,29 @@ TEST_F(FWLogLifeTest, AnUncaughtExceptionsReasonIsLoggedBeforeTheProcessDies) {
         EXPECT_EQ(home.lastText(1), "the reason");
         EXPECT_THAT(home.texts(1), SizeIs(1006));
     }
+}
+
+TEST_F(FWLogLifeTest, AnUncaughtExceptionEndsTheProcessAlsoWhenTheLogIsStuck) {
+    const FileDescriptor reader = stuckPipe();
+    for (const char* instruction : {"throw=the reason", "thread-throw=the reason"}) {
+        const auto child = home.start({"fast=stuck", instruction});
+        EXPECT_EQ(child->wait(std::chrono::seconds(30)), ChildEnd(KilledBySignal{SIGABRT}));
+        std::string output;
+        while (child->poll() && child->readOutput(output)) {
+        }
+        EXPECT_EQ(output, "the reason\n");
+    }
+}
+
+TEST_F(FWLogLifeTest, WithoutAThreadToBeHadTheProgramGoesOn) {
+    EXPECT_EQ(home.outputOf({"no-threads", "quiet=Probe", "append=lost", "fast=lost", "print=lost",
+                             "debug=lost", "finish", "singleton", "name", "terminate", "die"}),
+              "011\nProbe\n");
+}
+
+TEST_F(FWLogLifeTest, AnExceptionOfTheLogsOwnStaysInIt) {
+    EXPECT_EQ(home.outputOf({"no-folders", "create=Probe", "fast=lost", "logs", "finish", "name"}),
+              "Exception writing to log: no folders\nlog_probe\n");
 }
 
 TEST_F(FWLogLifeTest, AnUncaughtExceptionWithoutAReasonIsNamed) {

@@ -13,6 +13,8 @@
 //   write=FILE:TEXT     puts a file into the home
 //   short=TEXT          appends on a second thread and ends the process at once
 //   finish  counters  name  logs  singleton  size-limit=BYTES  die
+//   no-threads          goes on as an ordinary user who may start no more threads
+//   no-folders          asking for a folder throws from now on
 //   throw=TEXT  throw-number  thread-throw=TEXT  late=TEXT
 #include "platform/folders/folderServices.h"
 #include "support/FWLog.h"
@@ -38,6 +40,7 @@ namespace {
 /// An ordinary user, unless a test says otherwise: the superuser's log is the machine's.
 unsigned userId = 1000;
 std::string machineLibrary = "/nonexistent";
+bool areFoldersBroken = false;
 
 /// Logs when it is destroyed, after the log has ended.
 struct LateLogger {
@@ -52,6 +55,9 @@ struct LateLogger {
 LateLogger lateLogger;
 
 std::vector<std::string> foundFolders(FolderKind kind, FolderDomainMask domains) {
+    if (areFoldersBroken) {
+        throw std::runtime_error("no folders");
+    }
     if (kind == FolderKind::kLibrary && domains == FolderDomainMask::kLocal) {
         return {machineLibrary};
     }
@@ -92,10 +98,19 @@ void createOnThreads(const std::string& counts) {
 }
 
 void limitFileSize(const std::string& bytes) {
-    std::signal(SIGXFSZ, SIG_IGN);
     // The hard limit stays: a later call may give the disk room again.
     const rlimit limit{std::stoul(bytes), RLIM_INFINITY};
     ::setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void forbidThreads() {
+    constexpr uid_t kNobody = 65534;
+    const rlimit none{0, 0};
+    const bool isRoot = ::geteuid() == 0; // The limit is not for the superuser.
+    if (::setrlimit(RLIMIT_NPROC, &none) != 0 ||
+        (isRoot && ::setresuid(kNobody, kNobody, kNobody) != 0)) {
+        std::abort();
+    }
 }
 
 void showSingleton() {
@@ -192,7 +207,6 @@ const std::map<std::string_view, Instruction>& instructions() {
          [](const std::string& text) {
              std::jthread([&] { FWLog::appendLog(text); }).join();
              std::puts(FWLog::sharedController().bytesInQueue() == 0 ? "waited" : "went on");
-             std::fflush(stdout);
          }},
         {"write",
          [](const std::string& fileAndText) {
@@ -231,8 +245,17 @@ const std::map<std::string_view, Instruction>& instructions() {
              showSingleton();
          }},
         {"size-limit", limitFileSize},
+        {"no-threads",
+         [](const std::string&) {
+             forbidThreads();
+         }},
+        {"no-folders",
+         [](const std::string&) {
+             areFoldersBroken = true;
+         }},
         {"die",
          [](const std::string&) {
+             std::fflush(stdout);
              ::_exit(0);
          }},
         {"throw",

@@ -46,18 +46,13 @@ public:
         ::getrlimit(RLIMIT_FSIZE, &before_);
         const rlimit small = {size, before_.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &small);
-        handler_ = ::signal(SIGXFSZ, SIG_IGN);
     }
-    ~FileSizeLimit() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        ::signal(SIGXFSZ, handler_);
-    }
+    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
     FileSizeLimit(const FileSizeLimit&) = delete;
     FileSizeLimit& operator=(const FileSizeLimit&) = delete;
 
 private:
     rlimit before_ = {};
-    sighandler_t handler_ = nullptr;
 };
 
 TEST(AtomicFile, ANewFileHoldsTheBytesAndIsItsOwnersAlone) {
@@ -264,25 +259,41 @@ TEST(AtomicFile, AWriteThatFailsInTheMiddleLeavesTheOldFileAndNothingElse) {
     EXPECT_THAT(namesIn(folder.path()), ElementsAre("old"));
 }
 
+TEST(AtomicFile, TheLimitOfAFilesSizeLeavesItsSignalToTheProgram) {
+    const TemporaryFolder folder;
+    sigset_t waiting;
+    {
+        const FileSizeLimit limit(1000);
+        ASSERT_TRUE(writeFileAtomically(folder.file("new"), std::string(100'000, 'n')));
+        ::sigpending(&waiting);
+    }
+    EXPECT_EQ(::sigismember(&waiting, SIGXFSZ), 0);
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+    EXPECT_EQ(::sigismember(&blocked, SIGXFSZ), 0);
+    struct sigaction action {};
+    ::sigaction(SIGXFSZ, nullptr, &action);
+    EXPECT_EQ(action.sa_handler, SIG_DFL);
+}
+
 TEST(AtomicFile, AProcessThatDiesInTheMiddleLeavesTheOldFileWhole) {
     const TemporaryFolder folder;
     writeText(folder.file("old"), "old");
-    const std::string bytes(100'000, 'n');
+    // As large as it takes for the child to die before it is written and flushed.
+    const std::string bytes(200'000'000, 'n');
     const std::string path = folder.file("old");
     const pid_t child = ::fork();
     if (child == 0) {
-        const rlimit noCore = {0, 0};
-        const rlimit small = {1000, 1000};
-        ::setrlimit(RLIMIT_CORE, &noCore);
-        ::signal(SIGXFSZ, SIG_DFL);
-        ::setrlimit(RLIMIT_FSIZE, &small);
         static_cast<void>(writeFileAtomically(path, bytes));
         ::_exit(0);
     }
+    while (namesIn(folder.path()).size() < 2) {
+    }
+    ::kill(child, SIGKILL);
     int status = 0;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), SIGXFSZ);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
     EXPECT_EQ(readText(path), "old");
 }
 

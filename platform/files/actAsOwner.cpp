@@ -1,0 +1,106 @@
+#include "platform/files/actAsOwner.h"
+
+#include <grp.h>
+#include <sys/fsuid.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+
+namespace fw {
+namespace {
+
+constexpr uid_t kSuperuser = 0;
+
+struct Owner {
+    uid_t user;
+    gid_t group;
+};
+
+/// Nothing when the way belongs to the superuser as far as it exists.
+std::optional<Owner> otherOwnerOnTheWay(const std::string& path) {
+    std::size_t end = 0;
+    while (end != std::string::npos) {
+        end = path.find('/', end + 1);
+        struct stat status {};
+        if (::lstat(path.substr(0, end).c_str(), &status) != 0) {
+            return std::nullopt;
+        }
+        const bool canLead = S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode);
+        if (canLead && status.st_uid != kSuperuser) {
+            return Owner{status.st_uid, status.st_gid};
+        }
+    }
+    return std::nullopt;
+}
+
+/// The system's own calls tell nothing but the identity that was there before.
+constexpr auto kAsk = static_cast<uid_t>(-1);
+
+uid_t fileUser() {
+    return static_cast<uid_t>(::setfsuid(kAsk));
+}
+
+gid_t fileGroup() {
+    return static_cast<gid_t>(::setfsgid(kAsk));
+}
+
+std::vector<gid_t> otherGroups() {
+    std::vector<gid_t> groups(static_cast<std::size_t>(std::max(0, ::getgroups(0, nullptr))));
+    const int count = ::getgroups(static_cast<int>(groups.size()), groups.data());
+    groups.resize(static_cast<std::size_t>(std::max(0, count)));
+    return groups;
+}
+
+/// Of this thread alone: the C library's function would change the groups of all.
+bool setOtherGroups(const std::vector<gid_t>& groups) {
+    return ::syscall(SYS_setgroups, groups.size(), groups.data()) == 0;
+}
+
+/// This thread's rights to files are another user's while it lives.
+class RightsOf {
+public:
+    explicit RightsOf(const Owner& owner) {
+        worked_ = setOtherGroups({});
+        ::setfsgid(owner.group);
+        ::setfsuid(owner.user);
+        worked_ = worked_ && fileGroup() == owner.group && fileUser() == owner.user;
+    }
+    ~RightsOf() {
+        ::setfsuid(user_);
+        ::setfsgid(group_);
+        setOtherGroups(groups_);
+    }
+    RightsOf(const RightsOf&) = delete;
+    RightsOf& operator=(const RightsOf&) = delete;
+
+    bool worked() const { return worked_; }
+
+private:
+    uid_t user_ = fileUser();
+    gid_t group_ = fileGroup();
+    std::vector<gid_t> groups_ = otherGroups();
+    bool worked_ = false;
+};
+
+} // namespace
+
+Actor actAsOwner(const std::string& path, const std::function<void()>& action) {
+    const std::optional<Owner> owner =
+        ::geteuid() == kSuperuser ? otherOwnerOnTheWay(path) : std::nullopt;
+    if (!owner) {
+        action();
+        return Actor::kSelf;
+    }
+    const RightsOf rights(*owner);
+    if (!rights.worked()) {
+        return Actor::kNobody;
+    }
+    action();
+    return Actor::kOwner;
+}
+
+} // namespace fw
