@@ -61,6 +61,26 @@ TEST_F(FWFileManagerFolderTest, AnUnreadableFolderCountsAsEmptyDeliberately) {
     EXPECT_THAT(asked, ElementsAre("remove " + path("a")));
 }
 
+TEST_F(FWFileManagerFolderTest, AnEntryThatCannotBeSeenToBeAFolderIsSomething) {
+    folder("a/listed");
+    made("a/listed/clip.mov", "kept");
+    folder("b/listed/inner");
+    for (const char* name : {"a/listed", "b/listed"}) {
+        ::chmod(path(name).c_str(), 0444); // Its names may be read, and nothing else.
+    }
+    answer = true;
+    for (const char* name : {"a", "a/listed", "b", "b/listed"}) {
+        EXPECT_FALSE(FWFileManager::isFolderEmpty(path(name))) << name;
+        EXPECT_FALSE(FWFileManager::removeFolderIfEmpty(path(name))) << name;
+    }
+    EXPECT_FALSE(FWFileManager::isFolderEmpty(path("a/listed/clip.mov")));
+    EXPECT_THAT(asked, IsEmpty());
+    for (const char* name : {"a/listed", "b/listed"}) {
+        ::chmod(path(name).c_str(), 0755);
+    }
+    EXPECT_EQ(contents("a/listed/clip.mov"), "kept");
+}
+
 TEST_F(FWFileManagerFolderTest, AFileIsNoEmptyFolder) {
     made("file", "kept");
     EXPECT_FALSE(FWFileManager::isFolderEmpty(path("file")));
