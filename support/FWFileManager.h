@@ -75,7 +75,8 @@ public:
     // destination, under whatever name, is never handed to them.
 
     /// Unlocks and removes a file, or a folder with all that is in it; a missing one counts as
-    /// removed. File systems mounted there are left alone.
+    /// removed, but not one in a folder that this process may not search. File systems mounted
+    /// there are left alone.
     static bool removeFile(const std::string& path);
     static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
     static bool removeFile(const std::string& path, Timeout timeout);

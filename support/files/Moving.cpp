@@ -86,7 +86,7 @@ bool FWFileManager::moveFile(const std::string& source, const std::string& desti
 bool FWFileManager::moveFile(const std::string& source, const std::string& destination,
                              Timeout timeout) {
     return moveFile(source, destination, ShouldAuth::kYes) &&
-           waitUntil(timeout, [&] { return !isEntry(source); });
+           waitUntil(timeout, [&] { return isMissing(source); });
 }
 
 } // namespace fw

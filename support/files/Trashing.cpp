@@ -54,7 +54,7 @@ bool FWFileManager::trashFile(const std::string& path) {
 
 bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
-    if (!isEntry(path)) {
+    if (isMissing(path)) {
         return true;
     }
     const std::optional<MoveFailure> failure = moveToTrash(path);
@@ -62,7 +62,7 @@ bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
 }
 
 bool FWFileManager::trashFile(const std::string& path, Timeout timeout) {
-    return trashFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return !isEntry(path); });
+    return trashFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return isMissing(path); });
 }
 
 } // namespace fw

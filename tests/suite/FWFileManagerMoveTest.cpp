@@ -90,6 +90,16 @@ TEST_F(FWFileManagerMoveTest, AFailureIsLoggedInTwoLinesAndTheRightsAreTried) {
     EXPECT_THAT(asked, ElementsAre(call, call, call));
 }
 
+TEST_F(FWFileManagerMoveTest, WhatCannotBeSeenIsNotTakenForMoved) {
+    folder("closed/inner");
+    made("closed/inner/a", "kept");
+    const Closed closed(path("closed"));
+    answer = true; // And nothing happens.
+    EXPECT_FALSE(FWFileManager::moveFile(path("closed/inner/a"), path("b"), Timeout{0.01}));
+    EXPECT_EQ(logged(), messages("closed/inner/a", "b", "Permission denied"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("closed/inner/a") + " " + path("b")));
+}
+
 TEST_F(FWFileManagerMoveTest, AMissingSourceIsAFailure) {
     for (const std::string& source : {path("missing"), std::string(), path("x/y")}) {
         EXPECT_FALSE(moved(source, path("b")));

@@ -65,16 +65,28 @@ private:
     rlimit before_{};
 };
 
-/// A folder that nobody may change while this lives.
-class ReadOnly {
+/// A folder of another mode while this lives.
+class FolderMode {
 public:
-    explicit ReadOnly(std::string path) : path_(std::move(path)) { ::chmod(path_.c_str(), 0555); }
-    ~ReadOnly() { ::chmod(path_.c_str(), 0755); }
-    ReadOnly(const ReadOnly&) = delete;
-    ReadOnly& operator=(const ReadOnly&) = delete;
+    FolderMode(std::string path, mode_t mode) : path_(std::move(path)) {
+        ::chmod(path_.c_str(), mode);
+    }
+    ~FolderMode() { ::chmod(path_.c_str(), 0755); }
+    FolderMode(const FolderMode&) = delete;
+    FolderMode& operator=(const FolderMode&) = delete;
 
 private:
     std::string path_;
+};
+
+/// A folder that nobody may change while this lives.
+struct ReadOnly : FolderMode {
+    explicit ReadOnly(std::string path) : FolderMode(std::move(path), 0555) {}
+};
+
+/// A folder that nobody may look into while this lives.
+struct Closed : FolderMode {
+    explicit Closed(std::string path) : FolderMode(std::move(path), 0) {}
 };
 
 } // namespace fw::test
