@@ -203,6 +203,42 @@ TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNothingBehind) {
     EXPECT_EQ(logged().front(), message("Input/output error"));
 }
 
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsIsRemovedWhereItHasBeenMovedTo) {
+    made("a", someBytes(600'000));
+    folder("b/in");
+    made("b/in/file", someBytes(600'000));
+    for (const char* source : {"a", "b"}) {
+        folder("to");
+        atRead(
+            2,
+            [&] {
+                fs::rename(path("to"), path("moved"));
+                folder("to");
+                made("to/copy", "somebody else's");
+            },
+            EIO);
+        EXPECT_FALSE(copied(path(source), path("to/copy")));
+        EXPECT_EQ(contents("to/copy"), "somebody else's");
+        EXPECT_TRUE(fs::is_empty(path("moved")));
+        fs::remove_all(path("to"));
+        fs::remove(path("moved"));
+    }
+}
+
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsRemovesNothingThatHasTakenItsPlace) {
+    made("a", someBytes(600'000));
+    atRead(
+        2,
+        [&] {
+            fs::rename(path("b"), path("aside")); // So that no other gets its inode.
+            made("b", "somebody else's");
+        },
+        EIO);
+    EXPECT_FALSE(copied(path("a"), path("b")));
+    EXPECT_THAT(logged(), ElementsAre(message("Input/output error")));
+    EXPECT_EQ(contents("b"), "somebody else's");
+}
+
 TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNoFolderBehindWhateverItsMode) {
     const std::vector<std::string> names = {"1", "2", "3", "4", "5", "6", "7", "8"};
     for (const std::string& name : names) {

@@ -103,10 +103,19 @@ void FileOperationTest::setFoldersApart() {
 }
 
 void FileOperationTest::failRead(int number) {
-    calls_.read = [left = number](int descriptor, void* bytes, std::size_t count) mutable {
+    atRead(
+        number, [] {}, EIO);
+}
+
+void FileOperationTest::atRead(int number, std::function<void()> happens, int failure) {
+    calls_.read = [left = number, happens = std::move(happens),
+                   failure](int descriptor, void* bytes, std::size_t count) mutable {
         if (--left == 0) {
-            errno = EIO;
-            return ssize_t{-1};
+            happens();
+            if (failure != 0) {
+                errno = failure;
+                return ssize_t{-1};
+            }
         }
         return ::read(descriptor, bytes, count);
     };

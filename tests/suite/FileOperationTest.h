@@ -36,6 +36,8 @@ protected:
     void setFoldersApart();
     /// The n-th read fails, counted from 1.
     void failRead(int number);
+    /// Something happens before the n-th read, which fails unless `failure` is 0.
+    void atRead(int number, std::function<void()> happens, int failure = 0);
 
     std::vector<std::string> asked; ///< The rights that were asked for, with their paths.
     bool answer = false;            ///< To what is asked for.
