@@ -174,7 +174,9 @@ private:
         }
         note(name, status);
         copyEntryMetadata(to_.folder(), newName, status);
-        return failureOf(::fchmodat(to_.folder(), newName.c_str(), status.st_mode & 0777U, 0));
+        // A link may have taken its place.
+        return failureOf(
+            ::fchmodat(to_.folder(), newName.c_str(), status.st_mode & 0777U, AT_SYMLINK_NOFOLLOW));
     }
 
     int enter(const std::string& name, const std::string& newName, const struct stat& status) {

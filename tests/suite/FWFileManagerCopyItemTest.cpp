@@ -2,6 +2,7 @@
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FileOperationTest.h"
 
+#include <atomic>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -105,6 +106,27 @@ TEST_F(FWFileManagerCopyItemTest, APipeBecomesAnotherPipeAndNothingIsReadFromIt)
     EXPECT_TRUE(copied(path("fifo"), path("copy")));
     EXPECT_TRUE(fs::is_fifo(path("copy")));
     EXPECT_EQ(modeOf(path("copy")), 0640U);
+}
+
+TEST_F(FWFileManagerCopyItemTest, NoLinkThatTakesAPipesPlaceLeadsItsModeOut) {
+    ::chmod(fifo("fifo").c_str(), 0666);
+    ::chmod(made("outside", "kept").c_str(), 0600);
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) {
+            ::symlink("outside", path("link").c_str());
+            if (::rename(path("link").c_str(), path("copy").c_str()) != 0) {
+                std::this_thread::yield();
+            }
+        }
+    });
+    for (int i = 0; i < 5000; ++i) {
+        ::unlink(path("copy").c_str());
+        static_cast<void>(copied(path("fifo"), path("copy")));
+    }
+    isOver = true;
+    other.join();
+    EXPECT_EQ(modeOf(path("outside")), 0600U);
 }
 
 TEST_F(FWFileManagerCopyItemTest, ADeviceIsNotReadAsAFile) {
