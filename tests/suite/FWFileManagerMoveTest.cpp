@@ -201,13 +201,36 @@ TEST_F(FWFileManagerMoveTest, AFileThatStaysUnderTheNameBetweenIsLogged) {
                       }
                       return ::renameat2(arguments...);
                   }});
-    EXPECT_FALSE(moved(path("CLIP.mov"), path("clip.mov")));
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("CLIP.mov"), path("clip.mov")));
+    EXPECT_THAT(asked, IsEmpty()) << "it is not there to be moved";
     std::vector<std::string> expected = messages("CLIP.mov", "clip.mov", "Input/output error");
     expected.insert(expected.begin(), "Error moving file back from " + path("clip 2.mov") + " to " +
                                           path("CLIP.mov") + ": Input/output error.");
     EXPECT_EQ(logged(), expected);
     EXPECT_EQ(contents("clip 2.mov"), "text");
     EXPECT_EQ(contents("clip.mov"), "kept");
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderThatIsWholeUnderTheNameBetweenIsNeitherMovedNorDone) {
+    setFoldersApart();
+    folder("SHOOT/inner");
+    made("SHOOT/inner/clip", "text");
+    folder("shoot");
+    made("shoot/other", "kept");
+    answer = true;
+    {
+        const ReadOnly readOnly(path("SHOOT/inner"));
+        EXPECT_FALSE(FWFileManager::moveFile(path("SHOOT"), path("shoot")));
+    }
+    ::chmod(path("shoot 2/inner").c_str(), 0755);
+    std::vector<std::string> expected = messages("SHOOT", "shoot", "Permission denied");
+    expected.insert(expected.begin(), "Error moving file on from " + path("shoot 2") + " to " +
+                                          path("shoot") + ": Permission denied.");
+    EXPECT_EQ(logged(), expected);
+    EXPECT_THAT(asked, IsEmpty()) << "to remove the source would look like success";
+    EXPECT_EQ(contents("shoot 2/inner/clip"), "text");
+    EXPECT_THAT(namesIn(path("shoot")), ElementsAre("other"));
 }
 
 // To another file system
