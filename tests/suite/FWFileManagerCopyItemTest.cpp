@@ -374,6 +374,21 @@ TEST_F(FWFileManagerCopyItemTest, CopiesEachEntryOfAFolderAndLogsIt) {
     EXPECT_THAT(logged(), UnorderedElementsAre("File: file", "File: inner"));
 }
 
+TEST_F(FWFileManagerCopyItemTest, EntriesAreCopiedInListingOrder) {
+    folder("a");
+    folder("b");
+    for (int i = 0; i < 20; ++i) {
+        made("a/" + std::to_string(i), "");
+    }
+    std::vector<std::string> expected;
+    for (const std::string& name : listedIn(path("a"))) {
+        expected.push_back("File: " + name);
+    }
+    FWFileManager::copyContentsOfDirectory(path("a"), path("b"), Timeout{5});
+    EXPECT_EQ(logged(), expected);
+    EXPECT_EQ(namesIn(path("b")), namesIn(path("a")));
+}
+
 TEST_F(FWFileManagerCopyItemTest, OneEntryThatFailsDoesNotKeepTheOthersBack) {
     folder("a");
     for (const char* name : {"a/1", "a/2", "a/3"}) {

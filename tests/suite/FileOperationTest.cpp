@@ -74,11 +74,16 @@ std::string FileOperationTest::deepFolder(const std::string& name, int depth) co
     return path(deep);
 }
 
-std::vector<std::string> FileOperationTest::namesIn(const std::string& path) const {
+std::vector<std::string> FileOperationTest::listedIn(const std::string& path) const {
     std::vector<std::string> names;
     for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
         names.push_back(entry.path().filename().string());
     }
+    return names;
+}
+
+std::vector<std::string> FileOperationTest::namesIn(const std::string& path) const {
+    std::vector<std::string> names = listedIn(path);
     std::sort(names.begin(), names.end());
     return names;
 }

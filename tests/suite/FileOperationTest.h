@@ -27,6 +27,8 @@ protected:
     std::string deepFolder(const std::string& name, int depth) const;
     std::string trash() const { return home_.file(".Trash"); }
     std::string trashed(const std::string& name) const { return trash() + "/" + name; }
+    /// Names in a folder as the file system lists them.
+    std::vector<std::string> listedIn(const std::string& path) const;
     /// Names in a folder, sorted.
     std::vector<std::string> namesIn(const std::string& path) const;
     mode_t modeOf(const std::string& path) const;
