@@ -4,7 +4,7 @@
 #include "base/Result.h"
 #include "platform/files/FileIdentity.h"
 #include "platform/files/Location.h"
-#include "platform/files/originals.h"
+#include "platform/files/Originals.h"
 
 #include <optional>
 #include <string>

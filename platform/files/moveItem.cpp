@@ -2,10 +2,10 @@
 
 #include "platform/PosixError.h"
 #include "platform/files/Location.h"
+#include "platform/files/Originals.h"
 #include "platform/files/copyItem.h"
 #include "platform/files/fileCalls.h"
 #include "platform/files/holdsMount.h"
-#include "platform/files/originals.h"
 #include "platform/files/removeItem.h"
 
 #include <fcntl.h>

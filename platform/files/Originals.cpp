@@ -1,4 +1,4 @@
-#include "platform/files/originals.h"
+#include "platform/files/Originals.h"
 
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
