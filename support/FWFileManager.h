@@ -75,7 +75,8 @@ public:
     // destination, under whatever name, is never handed to them.
 
     /// Unlocks and removes a file, or a folder with all that is in it; a missing one counts as
-    /// removed. File systems mounted there are left alone.
+    /// removed, but not one in a folder that this process may not search. File systems mounted
+    /// there are left alone.
     static bool removeFile(const std::string& path);
     static bool removeFile(const std::string& path, ShouldAuth shouldAuth);
     static bool removeFile(const std::string& path, Timeout timeout);
@@ -104,6 +105,8 @@ public:
 
     /// Moves a file or folder, to another file system too; what stands at the destination is in the
     /// way of the plain step. Whatever fails, the source is as it was or the destination is whole.
+    /// On the way to another file system a file that changes stays where it is, and so does what
+    /// comes into a folder; the move then fails, and no rights are tried.
     /// Paths that differ in the case of (ASCII) letters only are moved in two steps, through the
     /// uniqueFilename() of the destination.
     static bool moveFile(const std::string& source, const std::string& destination);

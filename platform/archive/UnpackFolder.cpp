@@ -17,11 +17,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// With the slashes at its end taken off, so that it has a last component.
+/// Without the slashes and dots at its end, so that it has a last component. Any ".." stays: behind
+/// a link it leads elsewhere than the text.
 fs::path absolutePath(const std::string& path) {
     std::error_code failure;
-    fs::path whole = fs::absolute(path, failure).lexically_normal();
-    return whole.has_filename() ? whole : whole.parent_path();
+    fs::path whole = fs::absolute(path, failure);
+    while (whole.has_relative_path() && (!whole.has_filename() || whole.filename() == ".")) {
+        whole = whole.parent_path();
+    }
+    return whole;
 }
 
 } // namespace
@@ -34,6 +38,9 @@ UnpackFolder::UnpackFolder(const std::string& wanted) {
         path_ = fs::canonical(whole, failure).string();
     } else if (fs::exists(fs::symlink_status(whole, failure))) {
         failure_ = fileError(ENOTDIR, wanted);
+        return;
+    } else if (whole.filename() == "..") {
+        failure_ = fileError(ENOENT, wanted); // No folder can be made by this name.
         return;
     } else {
         makeBeside(wanted);

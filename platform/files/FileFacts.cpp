@@ -15,11 +15,14 @@
 namespace fw {
 namespace {
 
+/// A path with a zero byte would be cut there and name another file.
+bool isWhole(const std::string& path) {
+    return path.find('\0') == std::string::npos;
+}
+
 std::optional<struct stat> statusOf(const std::string& path, int flags) {
     struct stat status {};
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos ||
-        ::fstatat(AT_FDCWD, path.c_str(), &status, flags) != 0) {
+    if (!isWhole(path) || ::fstatat(AT_FDCWD, path.c_str(), &status, flags) != 0) {
         return std::nullopt;
     }
     return status;
@@ -29,6 +32,15 @@ std::optional<struct stat> statusOf(const std::string& path, int flags) {
 
 bool isEntry(const std::string& path) {
     return statusOf(path, AT_SYMLINK_NOFOLLOW).has_value();
+}
+
+bool isMissing(const std::string& path) {
+    struct stat status {};
+    if (!isWhole(path)) {
+        return true;
+    }
+    return ::lstat(path.c_str(), &status) != 0 &&
+           (errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG || errno == ELOOP);
 }
 
 bool isLink(const std::string& path) {
@@ -57,7 +69,7 @@ bool isSameFile(const std::string& first, const std::string& second) {
 }
 
 Result<std::vector<std::string>> folderEntries(const std::string& path) {
-    if (path.find('\0') != std::string::npos) {
+    if (!isWhole(path)) {
         return posixError(EINVAL);
     }
     const FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

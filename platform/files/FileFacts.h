@@ -11,6 +11,9 @@ namespace fw {
 
 /// Whether anything stands there: a link counts itself, wherever it points to.
 bool isEntry(const std::string& path);
+/// Whether it is certain that nothing does; where the folders on the way may not be searched, a
+/// path is neither an entry nor missing.
+bool isMissing(const std::string& path);
 bool isLink(const std::string& path);
 
 /// Links are followed.

@@ -1,5 +1,6 @@
 #include "platform/files/FileIdentity.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -27,6 +28,14 @@ std::optional<FileIdentity> fileIdentity(const std::string& path) {
     struct stat status {};
     // A path with a zero byte would be cut there and name another file.
     if (path.find('\0') != std::string::npos || ::stat(path.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+std::optional<FileIdentity> fileIdentity(const Location& place) {
+    struct stat status {};
+    if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
         return std::nullopt;
     }
     return FileIdentity{status.st_dev, status.st_ino};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/files/Location.h"
+
 #include <sys/types.h>
 
 #include <optional>
@@ -17,6 +19,8 @@ struct FileIdentity {
 
 /// That of the file at the path, links followed; nothing when there is none. Safe from any thread.
 std::optional<FileIdentity> fileIdentity(const std::string& path);
+/// That of the entry itself.
+std::optional<FileIdentity> fileIdentity(const Location& place);
 
 /// Whether what stands at the path, or what it points to when it is a link, is the place or lies in
 /// it, under whatever names. Safe from any thread.

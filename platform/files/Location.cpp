@@ -41,4 +41,12 @@ Result<Location> Location::of(const std::string& path) {
     return Location{std::move(folder), std::string(name)};
 }
 
+Result<Location> Location::duplicate() const {
+    FileDescriptor own(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0));
+    if (!own) {
+        return posixError(errno);
+    }
+    return Location{std::move(own), name};
+}
+
 } // namespace fw

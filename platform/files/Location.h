@@ -17,6 +17,9 @@ struct Location {
     /// Slashes at the end are left off. An error (domain "POSIX") for a path that names no entry:
     /// an empty one, the root, and what ends in "." or "..".
     static Result<Location> of(const std::string& path);
+
+    /// The same place once more, with a descriptor of its own.
+    Result<Location> duplicate() const;
 };
 
 } // namespace fw

@@ -2,7 +2,6 @@
 
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
-#include "platform/files/Location.h"
 #include "platform/files/copyMetadata.h"
 #include "platform/files/fileCalls.h"
 #include "platform/files/removeItem.h"
@@ -52,8 +51,9 @@ int copyBytes(int from, int to) {
 /// One copy. Results are 0 or an errno.
 class TreeCopy {
 public:
-    TreeCopy(Location from, Location to)
-        : from_(std::move(from.folder)), to_(std::move(to.folder)) {
+    /// `originals`, unless null, gets what is copied.
+    TreeCopy(Location from, Location to, Originals* originals)
+        : from_(std::move(from.folder)), to_(std::move(to.folder)), originals_(originals) {
         sourceName_ = std::move(from.name);
         copyName_ = std::move(to.name);
     }
@@ -66,8 +66,8 @@ public:
         return failure;
     }
 
-    /// Whether anything has been made.
-    bool hasBegun() const { return hasBegun_; }
+    /// The copy, or the part of it that there is.
+    const std::optional<FileIdentity>& made() const { return made_; }
 
 private:
     /// A folder on the way, and what is left in it.
@@ -76,9 +76,26 @@ private:
         std::vector<std::string> left;
     };
 
-    int made(int result) {
-        hasBegun_ = hasBegun_ || result >= 0;
-        return result >= 0 ? 0 : errno;
+    /// Takes note of the copy when its first entry is made.
+    int made(int result, const std::string& newName) {
+        struct stat status {};
+        if (result < 0) {
+            return errno;
+        }
+        if (made_) {
+            return 0;
+        }
+        if (::fstatat(to_.folder(), newName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            return errno;
+        }
+        made_ = FileIdentity{status.st_dev, status.st_ino};
+        return 0;
+    }
+
+    void note(const std::string& name, const struct stat& status) {
+        if (originals_ != nullptr) {
+            originals_->push_back(Original::of(name, status));
+        }
     }
 
     int copyNext() {
@@ -100,7 +117,7 @@ private:
         case S_IFDIR:
             return enter(name, newName, status);
         default:
-            return copySpecialFile(newName, status);
+            return copySpecialFile(name, newName, status);
         }
     }
 
@@ -118,9 +135,10 @@ private:
         }
         FileDescriptor to(::openat(to_.folder(), newName.c_str(),
                                    O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerMayWrite));
-        if (const int failure = made(to.get()); failure != 0) {
+        if (const int failure = made(to.get(), newName); failure != 0) {
             return failure;
         }
+        note(name, status); // As it is before it is read.
         if (const int failure = copyBytes(from.get(), to.get()); failure != 0) {
             return failure;
         }
@@ -137,29 +155,35 @@ private:
             return errno;
         }
         target.resize(static_cast<std::size_t>(length));
-        const int failure = made(::symlinkat(target.c_str(), to_.folder(), newName.c_str()));
+        const int failure =
+            made(::symlinkat(target.c_str(), to_.folder(), newName.c_str()), newName);
         if (failure == 0) {
+            note(name, status);
             copyEntryMetadata(to_.folder(), newName, status);
         }
         return failure;
     }
 
-    int copySpecialFile(const std::string& newName, const struct stat& status) {
+    int copySpecialFile(const std::string& name, const std::string& newName,
+                        const struct stat& status) {
         const mode_t mode = (status.st_mode & S_IFMT) | kOwnerMayWrite;
         if (const int failure =
-                made(::mknodat(to_.folder(), newName.c_str(), mode, status.st_rdev));
+                made(::mknodat(to_.folder(), newName.c_str(), mode, status.st_rdev), newName);
             failure != 0) {
             return failure;
         }
+        note(name, status);
         copyEntryMetadata(to_.folder(), newName, status);
-        return failureOf(::fchmodat(to_.folder(), newName.c_str(), status.st_mode & 0777U, 0));
+        // A link may have taken its place.
+        return failureOf(
+            ::fchmodat(to_.folder(), newName.c_str(), status.st_mode & 0777U, AT_SYMLINK_NOFOLLOW));
     }
 
     int enter(const std::string& name, const std::string& newName, const struct stat& status) {
-        if (copy_ == FileIdentity{status.st_dev, status.st_ino}) {
+        if (made_ == FileIdentity{status.st_dev, status.st_ino}) {
             return EINVAL; // It would never end.
         }
-        if (const int failure = made(::mkdirat(to_.folder(), newName.c_str(), kOwnerOnly));
+        if (const int failure = made(::mkdirat(to_.folder(), newName.c_str(), kOwnerOnly), newName);
             failure != 0) {
             return failure;
         }
@@ -169,15 +193,14 @@ private:
         if (const int failure = to_.enter(newName); failure != 0) {
             return failure;
         }
-        if (levels_.empty()) {
-            copy_ = to_.identity();
-        }
+        note(name, status);
         levels_.push_back({status, {}});
         return listNames(from_.folder(), levels_.back().left);
     }
 
     int leave() {
         copyMetadata(from_.folder(), to_.folder(), levels_.back().status);
+        note({}, levels_.back().status);
         levels_.pop_back();
         const int failure = from_.leave();
         return failure != 0 ? failure : to_.leave();
@@ -188,30 +211,49 @@ private:
     std::string sourceName_;
     std::string copyName_;
     std::vector<Level> levels_;
-    std::optional<FileIdentity> copy_; ///< The copy's own top folder.
-    bool hasBegun_ = false;
+    std::optional<FileIdentity> made_; ///< The copy's own top.
+    Originals* originals_;
 };
+
+Result<FileIdentity> copyBetween(const Location& source, const Location& destination,
+                                 Originals* originals) {
+    Result<Location> from = source.duplicate();
+    Result<Location> to = destination.duplicate();
+    Result<Location> unfinished = destination.duplicate();
+    for (const auto* place : {&from, &to, &unfinished}) {
+        if (!*place) {
+            return place->error();
+        }
+    }
+    TreeCopy copy(std::move(from).value(), std::move(to).value(), originals);
+    const int failure = copy.run();
+    if (failure == 0) {
+        return *copy.made();
+    }
+    if (copy.made()) { // The first failure is the one to tell.
+        static_cast<void>(removeUnfinished(std::move(unfinished).value(), *copy.made()));
+    }
+    return posixError(failure);
+}
 
 } // namespace
 
 std::optional<Error> copyItem(const std::string& source, const std::string& destination) {
-    Result<Location> from = Location::of(source);
+    const Result<Location> from = Location::of(source);
     if (!from) {
         return from.error();
     }
-    Result<Location> to = Location::of(destination);
+    const Result<Location> to = Location::of(destination);
     if (!to) {
         return to.error();
     }
-    TreeCopy copy(std::move(from).value(), std::move(to).value());
-    const int failure = copy.run();
-    if (failure == 0) {
-        return std::nullopt;
-    }
-    if (copy.hasBegun()) {
-        static_cast<void>(removeUnfinished(destination)); // The first failure is the one to tell.
-    }
-    return posixError(failure);
+    const Result<FileIdentity> made = copyBetween(from.value(), to.value(), nullptr);
+    return made ? std::nullopt : std::optional(made.error());
+}
+
+Result<FileIdentity> copyItem(const Location& source, const Location& destination,
+                              Originals& originals) {
+    return copyBetween(source, destination, &originals);
 }
 
 } // namespace fw

@@ -1,6 +1,10 @@
 #pragma once
 
 #include "base/Error.h"
+#include "base/Result.h"
+#include "platform/files/FileIdentity.h"
+#include "platform/files/Location.h"
+#include "platform/files/Originals.h"
 
 #include <optional>
 #include <string>
@@ -18,5 +22,10 @@ namespace fw {
 /// several names become several files. Safe from any thread.
 [[nodiscard]] std::optional<Error> copyItem(const std::string& source,
                                             const std::string& destination);
+
+/// The same between places: tells the copy from what others may put in its place, and what it was
+/// made of.
+Result<FileIdentity> copyItem(const Location& source, const Location& destination,
+                              Originals& originals);
 
 } // namespace fw

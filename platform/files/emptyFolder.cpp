@@ -3,6 +3,7 @@
 #include "platform/files/FolderDescent.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <utility>
@@ -11,9 +12,13 @@
 namespace fw {
 namespace {
 
-/// Whether a folder that cannot be opened, for this reason, holds nothing.
-bool holdsNothing(int failure) {
-    return failure == EACCES || failure == ENOENT;
+/// Whether what cannot be opened, for this reason, counts as an empty folder. What may not be
+/// opened must be seen to be a folder: in one that may be listed but not searched it may be a file.
+bool isGoneOrUnreadable(int folder, const std::string& path, int flags, int failure) {
+    struct stat status {};
+    return failure == ENOENT ||
+           (failure == EACCES && ::fstatat(folder, path.c_str(), &status, flags) == 0 &&
+            S_ISDIR(status.st_mode));
 }
 
 /// What counts in the open folder; false when that cannot be told.
@@ -21,7 +26,7 @@ bool listWhatCounts(int folder, const std::function<bool(std::string_view)>& cou
                     std::vector<std::string>& names) {
     const int failure = listNames(folder, names);
     std::erase_if(names, countsNot);
-    return failure == 0 || holdsNothing(failure);
+    return failure == 0 || failure == ENOENT;
 }
 
 } // namespace
@@ -33,7 +38,7 @@ bool isFolderWithoutFiles(const std::string& path,
     }
     FileDescriptor top(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!top) {
-        return holdsNothing(errno);
+        return isGoneOrUnreadable(AT_FDCWD, path, 0, errno);
     }
     FolderDescent way(std::move(top));
     std::vector<std::vector<std::string>> left(1); // In each folder on the way.
@@ -55,7 +60,7 @@ bool isFolderWithoutFiles(const std::string& path,
             if (!listWhatCounts(way.folder(), countsNot, left.back())) {
                 return false;
             }
-        } else if (!holdsNothing(failure)) {
+        } else if (!isGoneOrUnreadable(way.folder(), name, AT_SYMLINK_NOFOLLOW, failure)) {
             return false;
         }
     }

@@ -14,13 +14,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// With no links on the way to the entry.
+/// With no links on the way to the entry, as far as this process may look: below a folder that it
+/// may not search, only the names as they are. An error where these do not tell enough.
 std::string wholePath(const std::string& path, std::error_code& failure) {
     const std::string_view name = lastPathComponent(path);
-    if (name == "/" || name == "." || name == "..") {
-        return fs::canonical(path, failure).string();
+    const bool isNamed = name != "/" && name != "." && name != "..";
+    fs::path known = fs::absolute(isNamed ? parentFolder(path) : path, failure);
+    fs::path rest = isNamed ? name : std::string_view();
+    fs::path whole = fs::canonical(known, failure);
+    while (failure == std::errc::permission_denied && known.has_relative_path() &&
+           known.filename() != "..") {
+        rest = known.filename() / rest;
+        known = known.parent_path();
+        whole = fs::canonical(known, failure);
     }
-    return (fs::canonical(parentFolder(path), failure) / name).string();
+    return (rest.empty() ? whole : whole / rest).lexically_normal().string();
 }
 
 bool isAtOrBelow(std::string_view mountPoint, const std::string& place) {
@@ -28,7 +36,7 @@ bool isAtOrBelow(std::string_view mountPoint, const std::string& place) {
            (place == "/" || mountPoint.size() == place.size() || mountPoint[place.size()] == '/');
 }
 
-bool isMissing(const std::error_code& failure) {
+bool meansMissing(const std::error_code& failure) {
     return failure == std::errc::no_such_file_or_directory || failure == std::errc::not_a_directory;
 }
 
@@ -38,7 +46,7 @@ bool holdsMount(const std::string& path) {
     std::error_code failure;
     const std::string place = wholePath(path, failure);
     if (failure) {
-        return !isMissing(failure);
+        return !meansMissing(failure);
     }
     constexpr std::size_t kMountPoint = 4;
     std::ifstream table("/proc/self/mountinfo");

@@ -1,8 +1,8 @@
 #include "platform/files/moveItem.h"
 
 #include "platform/PosixError.h"
-#include "platform/files/Folders.h"
 #include "platform/files/Location.h"
+#include "platform/files/Originals.h"
 #include "platform/files/copyItem.h"
 #include "platform/files/fileCalls.h"
 #include "platform/files/holdsMount.h"
@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 namespace fw {
 namespace {
@@ -40,16 +41,18 @@ int renameEntry(const Location& from, const Location& to) {
     return isThere(to) ? EEXIST : rename(0);
 }
 
-/// Has the disk take what was written to the file system of the folder.
-std::optional<Error> flushFileSystemOf(const std::string& folder) {
-    const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor) {
+/// For flush(); opened before anything is written, so that no failure to write goes unheard.
+FileDescriptor openFileSystem(const Location& place) {
+    return FileDescriptor(::openat(place.folder.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// Has the disk take what was written to the file system; 0, or an errno.
+int flush(const FileDescriptor& fileSystem) {
+    if (!fileSystem) {
         ::sync(); // A folder that may be written need not be readable.
-        return std::nullopt;
+        return 0;
     }
-    return currentFileCalls()->flushFileSystem(descriptor.get()) == 0
-               ? std::nullopt
-               : std::optional(posixError(errno));
+    return currentFileCalls()->flushFileSystem(fileSystem.get()) == 0 ? 0 : errno;
 }
 
 /// 0, or why it is known beforehand that the entry cannot be removed.
@@ -60,15 +63,25 @@ int removalObstacle(const std::string& path, const Location& place) {
     return ::faccessat(place.folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0 ? 0 : errno;
 }
 
-std::optional<MoveFailure> moveAcross(const std::string& source, const std::string& destination) {
-    if (const std::optional<Error> failure = copyItem(source, destination)) {
-        return MoveFailure{*failure};
+/// 0, or why what has been copied is not to be removed for its copy.
+int reasonToStay(const Location& from, const Originals& originals, const FileDescriptor& written) {
+    const int failure = flush(written);
+    return failure == 0 && hasChanged(from, originals.front()) ? EBUSY : failure;
+}
+
+std::optional<MoveFailure> moveAcross(Location from, Location to) {
+    const FileDescriptor fileSystem = openFileSystem(to);
+    Originals originals;
+    const Result<FileIdentity> made = copyItem(from, to, originals);
+    if (!made) {
+        return MoveFailure{made.error()};
     }
-    if (const std::optional<Error> failure = flushFileSystemOf(parentFolder(destination))) {
-        static_cast<void>(removeUnfinished(destination)); // The first failure is the one to tell.
-        return MoveFailure{*failure};
+    if (const int failure = reasonToStay(from, originals, fileSystem); failure != 0) {
+        // The first failure is the one to tell.
+        static_cast<void>(removeUnfinished(std::move(to), made.value()));
+        return MoveFailure{posixError(failure)};
     }
-    if (const std::optional<Error> failure = removeItem(source)) {
+    if (const std::optional<Error> failure = removeOriginals(std::move(from), originals)) {
         return MoveFailure{*failure, true};
     }
     return std::nullopt;
@@ -77,11 +90,11 @@ std::optional<MoveFailure> moveAcross(const std::string& source, const std::stri
 } // namespace
 
 std::optional<MoveFailure> moveItem(const std::string& source, const std::string& destination) {
-    const Result<Location> from = Location::of(source);
+    Result<Location> from = Location::of(source);
     if (!from) {
         return MoveFailure{from.error()};
     }
-    const Result<Location> to = Location::of(destination);
+    Result<Location> to = Location::of(destination);
     if (!to) {
         return MoveFailure{to.error()};
     }
@@ -89,7 +102,7 @@ std::optional<MoveFailure> moveItem(const std::string& source, const std::string
     if (failure == EXDEV) {
         failure = removalObstacle(source, from.value()); // It would be copied for nothing.
         if (failure == 0) {
-            return moveAcross(source, destination);
+            return moveAcross(std::move(from).value(), std::move(to).value());
         }
     }
     return failure == 0 ? std::nullopt : std::optional(MoveFailure{posixError(failure)});

@@ -16,7 +16,9 @@ struct MoveFailure {
 /// Moves what stands at `source`, a link itself, to a path where nothing stands yet. Nothing, or
 /// why it failed. Across file systems it is copied (copyItem) to its end and to the disk, and only
 /// then removed: whatever fails, the source is as it was or the destination is whole. A source with
-/// another file system mounted at it or below does not go across (EBUSY). Safe from any thread.
+/// another file system mounted at it or below does not go across (EBUSY). Nor does one that changes
+/// meanwhile (EBUSY): a file stays where it is, and what changes or comes in a folder stays there
+/// when the rest has gone. Safe from any thread.
 [[nodiscard]] std::optional<MoveFailure> moveItem(const std::string& source,
                                                   const std::string& destination);
 

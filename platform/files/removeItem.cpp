@@ -2,7 +2,6 @@
 
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
-#include "platform/files/Location.h"
 #include "platform/files/mountRoot.h"
 
 #include <fcntl.h>
@@ -84,13 +83,14 @@ private:
     std::vector<Level> levels_;
 };
 
+std::optional<Error> remove(Location place, Modes modes) {
+    const int failure = Removal(std::move(place), modes).run();
+    return failure == 0 ? std::nullopt : std::optional(posixError(failure));
+}
+
 std::optional<Error> remove(const std::string& path, Modes modes) {
     Result<Location> place = Location::of(path);
-    if (!place) {
-        return place.error();
-    }
-    const int failure = Removal(std::move(place).value(), modes).run();
-    return failure == 0 ? std::nullopt : std::optional(posixError(failure));
+    return place ? remove(std::move(place).value(), modes) : place.error();
 }
 
 } // namespace
@@ -101,6 +101,10 @@ std::optional<Error> removeItem(const std::string& path) {
 
 std::optional<Error> removeUnfinished(const std::string& path) {
     return remove(path, Modes::kOpen);
+}
+
+std::optional<Error> removeUnfinished(Location place, FileIdentity made) {
+    return fileIdentity(place) == made ? remove(std::move(place), Modes::kOpen) : std::nullopt;
 }
 
 } // namespace fw

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/Error.h"
+#include "platform/files/FileIdentity.h"
+#include "platform/files/Location.h"
 
 #include <optional>
 #include <string>
@@ -16,5 +18,7 @@ namespace fw {
 /// The same for what this process has begun to make, and does not finish: the modes that its
 /// folders may have by now do not keep them.
 [[nodiscard]] std::optional<Error> removeUnfinished(const std::string& path);
+/// Nothing is done when something else stands at the place by now.
+[[nodiscard]] std::optional<Error> removeUnfinished(Location place, FileIdentity made);
 
 } // namespace fw

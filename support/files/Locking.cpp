@@ -31,7 +31,7 @@ bool FWFileManager::lockFile(const std::string& path) {
 }
 
 bool FWFileManager::unlockFile(const std::string& path) {
-    return !isEntry(path) || setLocked(path, false);
+    return isMissing(path) || setLocked(path, false);
 }
 
 bool FWFileManager::lockFolder(const std::string& path) {
@@ -39,7 +39,7 @@ bool FWFileManager::lockFolder(const std::string& path) {
 }
 
 bool FWFileManager::unlockFolder(const std::string& path) {
-    return !isEntry(path) || setContentsImmutable(path, false, logFailure);
+    return isMissing(path) || setContentsImmutable(path, false, logFailure);
 }
 
 } // namespace fw

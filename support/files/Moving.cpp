@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <string_view>
+#include <utility>
 
 namespace fw {
 namespace {
@@ -17,20 +18,38 @@ bool differInLetterCaseOnly(const std::string& first, const std::string& second)
     return first != second && lowerCased(first) == lowerCased(second);
 }
 
+struct Failed : MoveFailure {
+    bool isBetween = false; ///< It stands neither at the source nor at the destination.
+};
+
+std::optional<Failed> moveInOneStep(const std::string& source, const std::string& destination) {
+    const std::optional<MoveFailure> failure = moveItem(source, destination);
+    return failure ? std::optional(Failed{*failure}) : std::nullopt;
+}
+
 /// By a name between the two: where letter case does not count, the destination is the source.
-std::optional<MoveFailure> moveInTwoSteps(const std::string& source,
-                                          const std::string& destination) {
+/// Nobody would look for a file at that name, so the log tells of one that stays there.
+std::optional<Failed> moveInTwoSteps(const std::string& source, const std::string& destination) {
     const std::string between = FWFileManager::uniqueFilename(destination);
-    std::optional<MoveFailure> failure = moveItem(source, between);
-    if (failure || between == destination) {
+    std::optional<Failed> failure = moveInOneStep(source, between);
+    if (between == destination) {
         return failure;
     }
-    failure = moveItem(between, destination);
+    if (failure) {
+        failure->isBetween = std::exchange(failure->isDestinationWhole, false);
+        if (failure->isBetween) {
+            FWLog::appendLog("Error moving file on from %@ to %@: %@.", between, destination,
+                             failure->error.description);
+        }
+        return failure;
+    }
+    failure = moveInOneStep(between, destination);
     if (!failure) {
         return std::nullopt;
     }
-    // The first failure is the one to tell, but nobody would look for the file at that name.
+    // The first failure is the one to tell.
     if (const std::optional<MoveFailure> other = moveItem(between, source)) {
+        failure->isBetween = true;
         FWLog::appendLog("Error moving file back from %@ to %@: %@.", between, source,
                          other->error.description);
     }
@@ -48,10 +67,10 @@ void unlockDestination(const std::string& source, const std::string& destination
 }
 
 /// What the plain move has left to do.
-bool finishWithRights(const MoveFailure& failure, const std::string& source,
+bool finishWithRights(const Failed& failure, const std::string& source,
                       const std::string& destination) {
-    // Rights would not spare what is mounted there.
-    if (failure.error.code == EBUSY || holdsMount(source)) {
+    // Rights would not spare what is mounted there, or is being changed.
+    if (failure.isBetween || failure.error.code == EBUSY || holdsMount(source)) {
         return false;
     }
     if (failure.isDestinationWhole) {
@@ -71,9 +90,9 @@ bool FWFileManager::moveFile(const std::string& source, const std::string& desti
 bool FWFileManager::moveFile(const std::string& source, const std::string& destination,
                              ShouldAuth shouldAuth) {
     unlockDestination(source, destination);
-    const std::optional<MoveFailure> failure = differInLetterCaseOnly(source, destination)
-                                                   ? moveInTwoSteps(source, destination)
-                                                   : moveItem(source, destination);
+    const std::optional<Failed> failure = differInLetterCaseOnly(source, destination)
+                                              ? moveInTwoSteps(source, destination)
+                                              : moveInOneStep(source, destination);
     if (!failure) {
         return true;
     }
@@ -86,7 +105,7 @@ bool FWFileManager::moveFile(const std::string& source, const std::string& desti
 bool FWFileManager::moveFile(const std::string& source, const std::string& destination,
                              Timeout timeout) {
     return moveFile(source, destination, ShouldAuth::kYes) &&
-           waitUntil(timeout, [&] { return !isEntry(source); });
+           waitUntil(timeout, [&] { return isMissing(source); });
 }
 
 } // namespace fw

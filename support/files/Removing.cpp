@@ -16,7 +16,7 @@ bool FWFileManager::removeFile(const std::string& path) {
 
 bool FWFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
-    if (!isEntry(path)) {
+    if (isMissing(path)) {
         return true;
     }
     const std::optional<Error> failure = removeItem(path);
@@ -31,7 +31,8 @@ bool FWFileManager::removeFile(const std::string& path, ShouldAuth shouldAuth) {
 }
 
 bool FWFileManager::removeFile(const std::string& path, Timeout timeout) {
-    return removeFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return !isEntry(path); });
+    return removeFile(path, ShouldAuth::kYes) &&
+           waitUntil(timeout, [&] { return isMissing(path); });
 }
 
 } // namespace fw

@@ -38,7 +38,7 @@ std::optional<MoveFailure> moveToTrash(const std::string& path) {
 
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& path) {
-    // Rights would not spare what is mounted there.
+    // Rights would not spare what is mounted there, or is being changed.
     if (failure.error.code == EBUSY || holdsMount(path)) {
         return false;
     }
@@ -54,7 +54,7 @@ bool FWFileManager::trashFile(const std::string& path) {
 
 bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
     unlockFile(path);
-    if (!isEntry(path)) {
+    if (isMissing(path)) {
         return true;
     }
     const std::optional<MoveFailure> failure = moveToTrash(path);
@@ -62,7 +62,7 @@ bool FWFileManager::trashFile(const std::string& path, ShouldAuth shouldAuth) {
 }
 
 bool FWFileManager::trashFile(const std::string& path, Timeout timeout) {
-    return trashFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return !isEntry(path); });
+    return trashFile(path, ShouldAuth::kYes) && waitUntil(timeout, [&] { return isMissing(path); });
 }
 
 } // namespace fw

@@ -2,6 +2,7 @@
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FileOperationTest.h"
 
+#include <atomic>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -107,6 +108,27 @@ TEST_F(FWFileManagerCopyItemTest, APipeBecomesAnotherPipeAndNothingIsReadFromIt)
     EXPECT_EQ(modeOf(path("copy")), 0640U);
 }
 
+TEST_F(FWFileManagerCopyItemTest, NoLinkThatTakesAPipesPlaceLeadsItsModeOut) {
+    ::chmod(fifo("fifo").c_str(), 0666);
+    ::chmod(made("outside", "kept").c_str(), 0600);
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) {
+            ::symlink("outside", path("link").c_str());
+            if (::rename(path("link").c_str(), path("copy").c_str()) != 0) {
+                std::this_thread::yield();
+            }
+        }
+    });
+    for (int i = 0; i < 5000; ++i) {
+        ::unlink(path("copy").c_str());
+        static_cast<void>(copied(path("fifo"), path("copy")));
+    }
+    isOver = true;
+    other.join();
+    EXPECT_EQ(modeOf(path("outside")), 0600U);
+}
+
 TEST_F(FWFileManagerCopyItemTest, ADeviceIsNotReadAsAFile) {
     EXPECT_FALSE(copied("/dev/zero", path("copy"))) << "this user may not make devices";
     EXPECT_THAT(logged(), ElementsAre(message("Operation not permitted")));
@@ -201,6 +223,42 @@ TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNothingBehind) {
     EXPECT_FALSE(copied(made("c", "text"), path("a/inner/one"))) << "this one was there before";
     EXPECT_EQ(contents("a/inner/one"), someBytes(600'000));
     EXPECT_EQ(logged().front(), message("Input/output error"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsIsRemovedWhereItHasBeenMovedTo) {
+    made("a", someBytes(600'000));
+    folder("b/in");
+    made("b/in/file", someBytes(600'000));
+    for (const char* source : {"a", "b"}) {
+        folder("to");
+        atRead(
+            2,
+            [&] {
+                fs::rename(path("to"), path("moved"));
+                folder("to");
+                made("to/copy", "somebody else's");
+            },
+            EIO);
+        EXPECT_FALSE(copied(path(source), path("to/copy")));
+        EXPECT_EQ(contents("to/copy"), "somebody else's");
+        EXPECT_TRUE(fs::is_empty(path("moved")));
+        fs::remove_all(path("to"));
+        fs::remove(path("moved"));
+    }
+}
+
+TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsRemovesNothingThatHasTakenItsPlace) {
+    made("a", someBytes(600'000));
+    atRead(
+        2,
+        [&] {
+            fs::rename(path("b"), path("aside")); // So that no other gets its inode.
+            made("b", "somebody else's");
+        },
+        EIO);
+    EXPECT_FALSE(copied(path("a"), path("b")));
+    EXPECT_THAT(logged(), ElementsAre(message("Input/output error")));
+    EXPECT_EQ(contents("b"), "somebody else's");
 }
 
 TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNoFolderBehindWhateverItsMode) {
@@ -314,6 +372,21 @@ TEST_F(FWFileManagerCopyItemTest, CopiesEachEntryOfAFolderAndLogsIt) {
     EXPECT_EQ(contents("b/file"), "text");
     EXPECT_EQ(contents("b/inner/other"), "more");
     EXPECT_THAT(logged(), UnorderedElementsAre("File: file", "File: inner"));
+}
+
+TEST_F(FWFileManagerCopyItemTest, EntriesAreCopiedInListingOrder) {
+    folder("a");
+    folder("b");
+    for (int i = 0; i < 20; ++i) {
+        made("a/" + std::to_string(i), "");
+    }
+    std::vector<std::string> expected;
+    for (const std::string& name : listedIn(path("a"))) {
+        expected.push_back("File: " + name);
+    }
+    FWFileManager::copyContentsOfDirectory(path("a"), path("b"), Timeout{5});
+    EXPECT_EQ(logged(), expected);
+    EXPECT_EQ(namesIn(path("b")), namesIn(path("a")));
 }
 
 TEST_F(FWFileManagerCopyItemTest, OneEntryThatFailsDoesNotKeepTheOthersBack) {

@@ -11,7 +11,34 @@ using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
 
-class FWFileManagerFolderTest : public FileOperationTest {};
+class FWFileManagerFolderTest : public FileOperationTest {
+protected:
+    /// Files of this name in the folder and its folders, those of a folder in its place.
+    std::vector<std::string> inListingOrder(const std::string& folder,
+                                            const std::string& name) const {
+        std::vector<std::string> found;
+        for (const std::string& entry : listedIn(folder)) {
+            const std::string whole = folder + "/" + entry;
+            if (fs::is_directory(whole)) {
+                const auto inner = inListingOrder(whole, name);
+                found.insert(found.end(), inner.begin(), inner.end());
+            } else if (entry.ends_with(name)) {
+                found.push_back(whole);
+            }
+        }
+        return found;
+    }
+    /// Files and folders with files in them, in two depths.
+    std::string manyFiles() const {
+        for (const char* name : {"a/", "a/x/", "a/y/", "a/y/z/"}) {
+            folder(name);
+            for (int i = 0; i < 10; ++i) {
+                made(name + std::to_string(i) + ".mov", "");
+            }
+        }
+        return path("a");
+    }
+};
 class FWFileManagerLockTest : public FileOperationTest {};
 
 // Empty folders
@@ -59,6 +86,26 @@ TEST_F(FWFileManagerFolderTest, AnUnreadableFolderCountsAsEmptyDeliberately) {
     ::chmod(path("a/secret").c_str(), 0700);
     EXPECT_TRUE(exists("a/secret/file"));
     EXPECT_THAT(asked, ElementsAre("remove " + path("a")));
+}
+
+TEST_F(FWFileManagerFolderTest, AnEntryThatCannotBeSeenToBeAFolderIsSomething) {
+    folder("a/listed");
+    made("a/listed/clip.mov", "kept");
+    folder("b/listed/inner");
+    for (const char* name : {"a/listed", "b/listed"}) {
+        ::chmod(path(name).c_str(), 0444); // Its names may be read, and nothing else.
+    }
+    answer = true;
+    for (const char* name : {"a", "a/listed", "b", "b/listed"}) {
+        EXPECT_FALSE(FWFileManager::isFolderEmpty(path(name))) << name;
+        EXPECT_FALSE(FWFileManager::removeFolderIfEmpty(path(name))) << name;
+    }
+    EXPECT_FALSE(FWFileManager::isFolderEmpty(path("a/listed/clip.mov")));
+    EXPECT_THAT(asked, IsEmpty());
+    for (const char* name : {"a/listed", "b/listed"}) {
+        ::chmod(path(name).c_str(), 0755);
+    }
+    EXPECT_EQ(contents("a/listed/clip.mov"), "kept");
 }
 
 TEST_F(FWFileManagerFolderTest, AFileIsNoEmptyFolder) {
@@ -153,6 +200,28 @@ TEST_F(FWFileManagerFolderTest, TrashesFilesOfANameInAllFolders) {
                 ElementsAre(path("a/name/name")));
     EXPECT_THAT(namesIn(path("a")), ElementsAre("Name", "name", "name.x"));
     EXPECT_THAT(FWFileManager::trashFilesNamed("name", path("missing")), IsEmpty());
+}
+
+TEST_F(FWFileManagerFolderTest, FilesAreTrashedAndToldInListingOrderThoseOfAFolderInItsPlace) {
+    const std::string folder = manyFiles();
+    const auto named = inListingOrder(folder, "7.mov");
+    EXPECT_EQ(named.size(), 4U);
+    EXPECT_EQ(FWFileManager::trashFilesNamed("7.mov", folder), named);
+    const auto all = inListingOrder(folder, "mov");
+    EXPECT_EQ(all.size(), 36U);
+    EXPECT_EQ(FWFileManager::trashFilesOfType("mov", folder), all);
+}
+
+TEST_F(FWFileManagerFolderTest, EntriesAreTrashedInListingOrder) {
+    const std::string folder = manyFiles();
+    const ReadOnly readOnly(folder);
+    std::vector<std::string> expected;
+    for (const std::string& name : listedIn(folder)) {
+        expected.push_back("trash " + folder + "/" + name);
+    }
+    EXPECT_EQ(expected.size(), 12U);
+    EXPECT_FALSE(FWFileManager::trashDirectoryContents(folder));
+    EXPECT_EQ(asked, expected);
 }
 
 TEST_F(FWFileManagerFolderTest, APathIsToldAlsoWhenItCouldNotBeTrashed) {

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <fstream>
 #include <gmock/gmock.h>
 
 namespace fw {
@@ -88,6 +89,16 @@ TEST_F(FWFileManagerMoveTest, AFailureIsLoggedInTwoLinesAndTheRightsAreTried) {
         << "still there";
     const std::string call = "move " + path("folder/a") + " " + path("b");
     EXPECT_THAT(asked, ElementsAre(call, call, call));
+}
+
+TEST_F(FWFileManagerMoveTest, WhatCannotBeSeenIsNotTakenForMoved) {
+    folder("closed/inner");
+    made("closed/inner/a", "kept");
+    const Closed closed(path("closed"));
+    answer = true; // And nothing happens.
+    EXPECT_FALSE(FWFileManager::moveFile(path("closed/inner/a"), path("b"), Timeout{0.01}));
+    EXPECT_EQ(logged(), messages("closed/inner/a", "b", "Permission denied"));
+    EXPECT_THAT(asked, ElementsAre("move " + path("closed/inner/a") + " " + path("b")));
 }
 
 TEST_F(FWFileManagerMoveTest, AMissingSourceIsAFailure) {
@@ -190,13 +201,36 @@ TEST_F(FWFileManagerMoveTest, AFileThatStaysUnderTheNameBetweenIsLogged) {
                       }
                       return ::renameat2(arguments...);
                   }});
-    EXPECT_FALSE(moved(path("CLIP.mov"), path("clip.mov")));
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("CLIP.mov"), path("clip.mov")));
+    EXPECT_THAT(asked, IsEmpty()) << "it is not there to be moved";
     std::vector<std::string> expected = messages("CLIP.mov", "clip.mov", "Input/output error");
     expected.insert(expected.begin(), "Error moving file back from " + path("clip 2.mov") + " to " +
                                           path("CLIP.mov") + ": Input/output error.");
     EXPECT_EQ(logged(), expected);
     EXPECT_EQ(contents("clip 2.mov"), "text");
     EXPECT_EQ(contents("clip.mov"), "kept");
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderThatIsWholeUnderTheNameBetweenIsNeitherMovedNorDone) {
+    setFoldersApart();
+    folder("SHOOT/inner");
+    made("SHOOT/inner/clip", "text");
+    folder("shoot");
+    made("shoot/other", "kept");
+    answer = true;
+    {
+        const ReadOnly readOnly(path("SHOOT/inner"));
+        EXPECT_FALSE(FWFileManager::moveFile(path("SHOOT"), path("shoot")));
+    }
+    ::chmod(path("shoot 2/inner").c_str(), 0755);
+    std::vector<std::string> expected = messages("SHOOT", "shoot", "Permission denied");
+    expected.insert(expected.begin(), "Error moving file on from " + path("shoot 2") + " to " +
+                                          path("shoot") + ": Permission denied.");
+    EXPECT_EQ(logged(), expected);
+    EXPECT_THAT(asked, IsEmpty()) << "to remove the source would look like success";
+    EXPECT_EQ(contents("shoot 2/inner/clip"), "text");
+    EXPECT_THAT(namesIn(path("shoot")), ElementsAre("other"));
 }
 
 // To another file system
@@ -291,6 +325,161 @@ TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItRemovesLeavesTheWholeDestinat
         << "to move it once more would put it into the folder that is whole";
     ::chmod(path("a/inner").c_str(), 0755);
     ::chmod(path("b/inner").c_str(), 0755);
+}
+
+TEST_F(FWFileManagerMoveTest, TheDiskIsAskedAlsoWhenTheFolderMayNoLongerBeRead) {
+    int flushed = 0;
+    FileCalls calls;
+    calls.rename = [](auto...) {
+        errno = EXDEV;
+        return -1;
+    };
+    calls.flushFileSystem = [&](int) {
+        ++flushed;
+        errno = EIO;
+        return -1;
+    };
+    calls.read = [&](int descriptor, void* bytes, std::size_t count) {
+        ::chmod(path("to").c_str(), 0300);
+        return ::read(descriptor, bytes, count);
+    };
+    setFileCalls(calls);
+    made("a", "text");
+    folder("to");
+    EXPECT_FALSE(moved(path("a"), path("to/b")));
+    ::chmod(path("to").c_str(), 0700);
+    EXPECT_EQ(flushed, 1) << "opened before anything was written";
+    EXPECT_EQ(contents("a"), "text");
+    EXPECT_TRUE(fs::is_empty(path("to")));
+}
+
+// A source that changes while it moves to another file system
+
+TEST_F(FWFileManagerMoveTest, AFileThatIsReplacedMeanwhileStaysAndItsCopyGoes) {
+    setFoldersApart();
+    made("clip.mov", someBytes(600'000));
+    made("next", "take 2");
+    atRead(2, [&] { fs::rename(path("next"), path("clip.mov")); });
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("clip.mov"), path("b")));
+    EXPECT_EQ(contents("clip.mov"), "take 2");
+    EXPECT_FALSE(exists("b"));
+    EXPECT_EQ(logged(), messages("clip.mov", "b", "Device or resource busy"));
+    EXPECT_THAT(asked, IsEmpty()) << "rights would lose it";
+}
+
+TEST_F(FWFileManagerMoveTest, AFileThatIsWrittenMeanwhileStays) {
+    const auto append = [this](const std::string& name) {
+        std::ofstream(path(name), std::ios::app) << "late";
+    };
+    FileCalls calls;
+    calls.rename = [](auto...) {
+        errno = EXDEV;
+        return -1;
+    };
+    calls.flushFileSystem = [&](int) { // All of it has been copied.
+        append("a");
+        return 0;
+    };
+    setFileCalls(calls);
+    made("a", "text");
+    EXPECT_FALSE(moved(path("a"), path("b")));
+    EXPECT_EQ(contents("a"), "textlate");
+    EXPECT_FALSE(exists("b"));
+    folder("c");
+    made("c/1", "1");
+    made("c/2", "2");
+    setFoldersApart();
+    std::string changed;
+    atRead(3, [&] { // One has been copied, and the other is about to be.
+        changed = readText(path("d/1")) == "1" ? "1" : "2";
+        append("c/" + changed);
+    });
+    EXPECT_FALSE(moved(path("c"), path("d")));
+    EXPECT_EQ(contents("c/" + changed), changed + "late");
+    EXPECT_THAT(namesIn(path("c")), ElementsAre(changed)) << "the other has gone";
+    EXPECT_THAT(namesIn(path("d")), ElementsAre("1", "2"));
+}
+
+TEST_F(FWFileManagerMoveTest, WhatComesIntoAFolderMeanwhileStaysThere) {
+    setFoldersApart();
+    folder("card/inner");
+    folder("card/other");
+    made("card/inner/1", "1");
+    made("card/2", "2");
+    atRead(4, [&] { // Everything has been listed.
+        made("card/inner/late", "late");
+        folder("card/late");
+    });
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("card"), path("b")));
+    EXPECT_EQ(contents("card/inner/late"), "late");
+    EXPECT_THAT(namesIn(path("card/inner")), ElementsAre("late"));
+    EXPECT_THAT(namesIn(path("card")), ElementsAre("inner", "late"));
+    EXPECT_EQ(contents("b/inner/1"), "1");
+    EXPECT_EQ(contents("b/2"), "2");
+    EXPECT_EQ(logged(), messages("card", "b", "Device or resource busy"));
+    EXPECT_THAT(asked, IsEmpty()) << "rights would remove the rest";
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderThatIsReplacedMeanwhileStays) {
+    setFoldersApart();
+    folder("a/inner/deep");
+    made("a/inner/deep/1", "1");
+    made("a/inner/2", "2");
+    atRead(4, [&] {
+        fs::rename(path("a/inner"), path("aside"));
+        made("a/inner", "another");
+    });
+    EXPECT_FALSE(moved(path("a"), path("b")));
+    EXPECT_EQ(contents("a/inner"), "another");
+    EXPECT_EQ(contents("aside/deep/1"), "1");
+    EXPECT_EQ(contents("b/inner/deep/1"), "1");
+    made("c", "text");
+    setFoldersApart();
+    atRead(2, [&] {
+        fs::rename(path("c"), path("aside/c"));
+        folder("c");
+    });
+    EXPECT_FALSE(moved(path("c"), path("d")));
+    EXPECT_TRUE(fs::is_directory(path("c")));
+    EXPECT_FALSE(exists("d"));
+}
+
+TEST_F(FWFileManagerMoveTest, WhatHasGoneMeanwhileNeedNotBeRemoved) {
+    setFoldersApart();
+    folder("a/inner/deep");
+    made("a/inner/deep/1", "1");
+    made("a/2", "2");
+    made("a/3", "3");
+    atRead(6, [&] {
+        fs::remove_all(path("a/inner"));
+        fs::remove(path("a/2"));
+    });
+    EXPECT_TRUE(moved(path("a"), path("b")));
+    EXPECT_FALSE(exists("a"));
+    EXPECT_EQ(contents("b/inner/deep/1"), "1");
+    EXPECT_EQ(contents("b/2"), "2");
+    EXPECT_EQ(contents("b/3"), "3");
+    made("c", "text");
+    atRead(2, [&] { fs::remove(path("c")); });
+    EXPECT_TRUE(moved(path("c"), path("d")));
+    EXPECT_EQ(contents("d"), "text");
+    EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, TheFolderOfTheSourceMayBeMovedMeanwhile) {
+    setFoldersApart();
+    folder("from");
+    made("from/a", "text");
+    atRead(2, [&] {
+        fs::rename(path("from"), path("moved"));
+        folder("from");
+        made("from/a", "text");
+    });
+    EXPECT_TRUE(moved(path("from/a"), path("b")));
+    EXPECT_EQ(contents("from/a"), "text") << "this one was not copied";
+    EXPECT_FALSE(exists("moved/a"));
 }
 
 // Unique names

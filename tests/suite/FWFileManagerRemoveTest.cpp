@@ -195,6 +195,44 @@ TEST_F(FWFileManagerRemoveTest, AnEmptyFolderNeedNotBeReadable) {
     EXPECT_FALSE(exists("folder"));
 }
 
+TEST_F(FWFileManagerRemoveTest, WhatCannotBeSeenIsNotTakenForMissing) {
+    folder("closed/inner");
+    made("closed/inner/file", "kept");
+    const std::vector<std::string> paths = {path("closed/inner/file"), path("closed/inner"),
+                                            path("closed/./inner/")};
+    {
+        const Closed closed(path("closed"));
+        for (const std::string& hidden : paths) {
+            EXPECT_FALSE(FWFileManager::removeFile(hidden, ShouldAuth::kNo)) << hidden;
+            EXPECT_FALSE(FWFileManager::unlockFile(hidden)) << hidden;
+            EXPECT_EQ(systemLogged().back(),
+                      "Unable to unlock file " + hidden + ": Permission denied");
+            EXPECT_FALSE(FWFileManager::unlockFolder(hidden)) << hidden;
+        }
+        EXPECT_THAT(asked, IsEmpty());
+        answer = true; // And nothing happens.
+        for (const std::string& hidden : paths) {
+            EXPECT_TRUE(FWFileManager::removeFile(hidden)) << hidden;
+            EXPECT_FALSE(FWFileManager::removeFile(hidden, Timeout{0.01})) << hidden;
+            EXPECT_EQ(logged().back(), "Error removing file: Permission denied. Authorizing...");
+        }
+    }
+    std::vector<std::string> expected;
+    for (const std::string& hidden : paths) {
+        expected.insert(expected.end(), 2, "remove " + hidden);
+    }
+    EXPECT_EQ(asked, expected);
+    EXPECT_EQ(contents("closed/inner/file"), "kept");
+}
+
+TEST_F(FWFileManagerRemoveTest, NoRightsAreTriedWhereTheWayCannotBeTold) {
+    folder("closed/inner");
+    const Closed closed(path("closed"));
+    answer = true;
+    EXPECT_FALSE(FWFileManager::removeFile(path("closed/inner/../file")));
+    EXPECT_THAT(asked, IsEmpty());
+}
+
 // The wait
 
 TEST_F(FWFileManagerRemoveTest, TheTimeoutFormFailsAtOnceWithTheAction) {
@@ -370,6 +408,21 @@ TEST_F(FWFileManagerTrashTest, AFailureIsNotLoggedAndTheRightsAreTried) {
                                    "trash " + path("folder/file")));
     EXPECT_THAT(logged(), IsEmpty());
     EXPECT_EQ(contents("folder/file"), "text");
+}
+
+TEST_F(FWFileManagerTrashTest, WhatCannotBeSeenIsNotTakenForMissing) {
+    folder("closed/inner");
+    made("closed/inner/file", "kept");
+    const std::string hidden = path("closed/inner/file");
+    {
+        const Closed closed(path("closed"));
+        EXPECT_FALSE(FWFileManager::trashFile(hidden, ShouldAuth::kNo));
+        answer = true; // And nothing happens.
+        EXPECT_TRUE(FWFileManager::trashFile(hidden));
+        EXPECT_FALSE(FWFileManager::trashFile(hidden, Timeout{0.01}));
+    }
+    EXPECT_THAT(asked, ElementsAre("trash " + hidden, "trash " + hidden));
+    EXPECT_EQ(contents("closed/inner/file"), "kept");
 }
 
 TEST_F(FWFileManagerTrashTest, ATrashThatCannotBeMadeIsAFailure) {

@@ -3,6 +3,7 @@
 #include "platform/tools/toolPath.h"
 #include "tests/suite/FileTest.h"
 #include "tests/suite/ForcedVolumes.h"
+#include "tests/support/VolumeHolding.h"
 
 #include <array>
 #include <gmock/gmock.h>
@@ -111,8 +112,14 @@ TEST(FilesystemTest, IsUnknownWithoutVolumes) {
     EXPECT_FALSE(FWFileManager::isMacFilesystemAtPath("/"));
 }
 
-TEST(FilesystemTest, OfTheMachinesRootIsKnown) {
-    EXPECT_NE(FWFileManager::filesystemForPath("/"), "");
+TEST(FilesystemTest, OfEachOfTheMachinesVolumesIsKnown) {
+    const std::vector<Volume> volumes = mountedVolumes();
+    if (volumes.empty()) {
+        GTEST_SKIP() << "no volume is mounted here";
+    }
+    for (const Volume& volume : volumes) {
+        EXPECT_NE(FWFileManager::filesystemForPath(volume.mountPoint), "") << volume.mountPoint;
+    }
 }
 
 TEST(FilesystemTest, IsAMacsWhateverItsCapitals) {
@@ -155,11 +162,16 @@ protected:
 };
 
 TEST_F(DiskInformationTest, IsWhatTheToolTells) {
-    PropertyListDictionary facts = FWFileManager::infoForDiskAtMountpoint("/");
+    const std::optional<Volume> volume = volumeHolding(path(""));
+    if (!volume) {
+        GTEST_SKIP() << "no volume is mounted here";
+    }
+    const std::string& place = volume->mountPoint;
+    PropertyListDictionary facts = FWFileManager::infoForDiskAtMountpoint(place);
     struct statvfs sizes {};
-    ASSERT_EQ(::statvfs("/", &sizes), 0);
-    EXPECT_EQ(facts["MountPoint"], PropertyListValue{std::string("/")});
-    EXPECT_EQ(facts["FilesystemType"], PropertyListValue{FWFileManager::filesystemForPath("/")});
+    ASSERT_EQ(::statvfs(place.c_str(), &sizes), 0);
+    EXPECT_EQ(facts["MountPoint"], PropertyListValue{place});
+    EXPECT_EQ(facts["FilesystemType"], PropertyListValue{volume->type});
     EXPECT_EQ(facts["TotalSize"],
               PropertyListValue{static_cast<std::int64_t>(sizes.f_blocks * sizes.f_frsize)});
     EXPECT_THAT(systemLogged(), IsEmpty());

@@ -74,11 +74,16 @@ std::string FileOperationTest::deepFolder(const std::string& name, int depth) co
     return path(deep);
 }
 
-std::vector<std::string> FileOperationTest::namesIn(const std::string& path) const {
+std::vector<std::string> FileOperationTest::listedIn(const std::string& path) const {
     std::vector<std::string> names;
     for (const fs::directory_entry& entry : fs::directory_iterator(path)) {
         names.push_back(entry.path().filename().string());
     }
+    return names;
+}
+
+std::vector<std::string> FileOperationTest::namesIn(const std::string& path) const {
+    std::vector<std::string> names = listedIn(path);
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -103,10 +108,19 @@ void FileOperationTest::setFoldersApart() {
 }
 
 void FileOperationTest::failRead(int number) {
-    calls_.read = [left = number](int descriptor, void* bytes, std::size_t count) mutable {
+    atRead(
+        number, [] {}, EIO);
+}
+
+void FileOperationTest::atRead(int number, std::function<void()> happens, int failure) {
+    calls_.read = [left = number, happens = std::move(happens),
+                   failure](int descriptor, void* bytes, std::size_t count) mutable {
         if (--left == 0) {
-            errno = EIO;
-            return ssize_t{-1};
+            happens();
+            if (failure != 0) {
+                errno = failure;
+                return ssize_t{-1};
+            }
         }
         return ::read(descriptor, bytes, count);
     };

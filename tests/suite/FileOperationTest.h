@@ -27,6 +27,8 @@ protected:
     std::string deepFolder(const std::string& name, int depth) const;
     std::string trash() const { return home_.file(".Trash"); }
     std::string trashed(const std::string& name) const { return trash() + "/" + name; }
+    /// Names in a folder as the file system lists them.
+    std::vector<std::string> listedIn(const std::string& path) const;
     /// Names in a folder, sorted.
     std::vector<std::string> namesIn(const std::string& path) const;
     mode_t modeOf(const std::string& path) const;
@@ -36,6 +38,8 @@ protected:
     void setFoldersApart();
     /// The n-th read fails, counted from 1.
     void failRead(int number);
+    /// Something happens before the n-th read, which fails unless `failure` is 0.
+    void atRead(int number, std::function<void()> happens, int failure = 0);
 
     std::vector<std::string> asked; ///< The rights that were asked for, with their paths.
     bool answer = false;            ///< To what is asked for.
@@ -65,16 +69,28 @@ private:
     rlimit before_{};
 };
 
-/// A folder that nobody may change while this lives.
-class ReadOnly {
+/// A folder of another mode while this lives.
+class FolderMode {
 public:
-    explicit ReadOnly(std::string path) : path_(std::move(path)) { ::chmod(path_.c_str(), 0555); }
-    ~ReadOnly() { ::chmod(path_.c_str(), 0755); }
-    ReadOnly(const ReadOnly&) = delete;
-    ReadOnly& operator=(const ReadOnly&) = delete;
+    FolderMode(std::string path, mode_t mode) : path_(std::move(path)) {
+        ::chmod(path_.c_str(), mode);
+    }
+    ~FolderMode() { ::chmod(path_.c_str(), 0755); }
+    FolderMode(const FolderMode&) = delete;
+    FolderMode& operator=(const FolderMode&) = delete;
 
 private:
     std::string path_;
+};
+
+/// A folder that nobody may change while this lives.
+struct ReadOnly : FolderMode {
+    explicit ReadOnly(std::string path) : FolderMode(std::move(path), 0555) {}
+};
+
+/// A folder that nobody may look into while this lives.
+struct Closed : FolderMode {
+    explicit Closed(std::string path) : FolderMode(std::move(path), 0) {}
 };
 
 } // namespace fw::test

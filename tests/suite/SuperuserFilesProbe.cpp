@@ -3,6 +3,7 @@
 #include "platform/files/FileFacts.h"
 #include "tests/suite/FileOperationTest.h"
 #include "tests/suite/MemoryDisk.h"
+#include "tests/support/WithoutPrivileges.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -243,6 +244,25 @@ TEST_F(SuperuserFilesProbe, NoRightsAreTriedOnWhatIsMountedWhateverElseIsInTheWa
     EXPECT_THAT(asked, IsEmpty());
     FWFileManager::unlockFile(path("locked"));
     FWFileManager::unlockFolder(path("locked/a"));
+}
+
+TEST_F(SuperuserFilesProbe, NoRightsAreTriedOnWhatIsMountedWhereAUserMayNotLook) {
+    folder("closed/inner");
+    const MemoryDisk disk(path("closed/inner/disk"), "1m");
+    made("closed/inner/disk/file", "kept");
+    ::chmod(path("closed").c_str(), 0700);
+    answer = true;
+    {
+        const WithoutPrivileges nobody;
+        EXPECT_FALSE(FWFileManager::removeFile(path("closed/inner/disk")));
+        EXPECT_FALSE(FWFileManager::removeFile(path("closed/inner")));
+        EXPECT_FALSE(FWFileManager::trashFile(path("closed/inner/disk")));
+        EXPECT_FALSE(FWFileManager::moveFile(path("closed/inner/disk"), path("b")));
+        EXPECT_THAT(asked, IsEmpty());
+        EXPECT_TRUE(FWFileManager::removeFile(path("closed/inner/disk 2")));
+        EXPECT_THAT(asked, ElementsAre("remove " + path("closed/inner/disk 2")));
+    }
+    EXPECT_EQ(contents("closed/inner/disk/file"), "kept");
 }
 
 TEST_F(SuperuserFilesProbe, AMountBesideIsNoReasonToTryNoRights) {

@@ -306,7 +306,44 @@ TEST_F(DittoTest, AFolderCanBeReachedThroughALink) {
     EXPECT_EQ(readText(path("real/new/a")), "a");
 }
 
+TEST_F(DittoTest, TwoDotsBehindALinkLeadToTheFolderThatHoldsItsTarget) {
+    made("in/a", "new");
+    made("out/a", "another folder's");
+    fs::create_directories(path("real/sub"));
+    fs::create_directory_symlink("real/sub", path("link"));
+    EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}), kQuietly);
+    EXPECT_EQ(ditto({"-xk", path("a.zip"), path("link/../out")}), kQuietly);
+    EXPECT_EQ(readText(path("real/out/a")), "new");
+    EXPECT_EQ(readText(path("out/a")), "another folder's");
+    EXPECT_EQ(ditto({"-xk", path("a.zip"), path("link/..")}), kQuietly);
+    EXPECT_EQ(readText(path("real/a")), "new");
+}
+
+TEST_F(DittoTest, DotsAndSlashesAtTheEndAreTheFolderItself) {
+    made("in/a", "a");
+    EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}), kQuietly);
+    for (const char* end : {"/.", "//", "/./", "/.//./"}) {
+        EXPECT_EQ(ditto({"-xk", path("a.zip"), path("out") + end}), kQuietly) << end;
+        EXPECT_EQ(readText(path("out/a")), "a") << end;
+        fs::remove_all(path("out"));
+    }
+    const fs::path before = fs::current_path();
+    fs::create_directory(path("here"));
+    fs::current_path(path("here"));
+    EXPECT_EQ(ditto({"-xk", "../a.zip", "."}), kQuietly);
+    fs::current_path(before);
+    EXPECT_EQ(readText(path("here/a")), "a");
+}
+
 // What fails leaves nothing
+
+TEST_F(DittoTest, AFolderThatIsMissingHasNoTwoDots) {
+    made("in/a", "a");
+    EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}), kQuietly);
+    EXPECT_EQ(ditto({"-xk", path("a.zip"), path("missing/..")}),
+              (ToolRun{1, "", "ditto: " + path("missing/..") + ": No such file or directory\n"}));
+    EXPECT_THAT(left(), testing::UnorderedElementsAre("in", "a.zip"));
+}
 
 TEST_F(DittoTest, ASourceThatIsMissingGivesNoArchive) {
     EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}),
