@@ -1,6 +1,7 @@
 #include "platform/files/ByteFile.h"
 
 #include "platform/PosixError.h"
+#include "platform/files/openFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -45,9 +46,7 @@ Result<ByteFile> ByteFile::open(const std::string& path, int flags) {
         }
     }
     ByteFile file;
-    // Regular files know no waiting; others must not wait before it is known what they are.
-    file.descriptor_ = FileDescriptor(
-        ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kModeOfNewFile));
+    file.descriptor_ = openFile(AT_FDCWD, path, flags, kModeOfNewFile);
     if (!file.descriptor_ || ::fstat(file.descriptor_.get(), &status) != 0) {
         return posixError(errno);
     }

@@ -1,5 +1,6 @@
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileOperationTest.h"
+#include "tests/support/LeasedFile.h"
 
 #include <cerrno>
 #include <gmock/gmock.h>
@@ -44,6 +45,18 @@ TEST_F(FWFileManagerCombineTest, WritesTheSourcesOneAfterTheOther) {
     EXPECT_EQ(contents("new"), "endend");
     EXPECT_THAT(logged(), IsEmpty());
     EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCombineTest, ASourceUnderALeaseIsWaitedFor) {
+    made("a", "1");
+    made("b", "2");
+    LeasedFile lease(path("b"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << kNoLeases;
+    }
+    EXPECT_TRUE(combined({"a", "b"}, "all"));
+    EXPECT_TRUE(lease.wasGivenUp());
+    EXPECT_EQ(contents("all"), "12");
 }
 
 TEST_F(FWFileManagerCombineTest, SourcesAreDeletedWhenTheyShallBe) {

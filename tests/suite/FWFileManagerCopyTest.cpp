@@ -4,6 +4,7 @@
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileTest.h"
+#include "tests/support/LeasedFile.h"
 
 #include <any>
 #include <atomic>
@@ -220,6 +221,21 @@ TEST_F(FWFileManagerCopyTest, ADanglingLinkAsDestinationIsWrittenThrough) {
     fs::create_symlink(path("target"), path("link"));
     EXPECT_TRUE(copied(made("a", "text"), {path("link")}));
     EXPECT_EQ(contents("target"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, FilesUnderALeaseAreWaitedFor) {
+    made("a", "text");
+    made("b", "old");
+    for (const char* name : {"a", "b"}) {
+        LeasedFile lease(path(name));
+        if (!lease.isHeld()) {
+            GTEST_SKIP() << kNoLeases;
+        }
+        EXPECT_TRUE(copied(path("a"), {path("b")})) << name;
+        EXPECT_TRUE(lease.wasGivenUp());
+        EXPECT_EQ(contents("b"), "text");
+        made("b", "old");
+    }
 }
 
 // The settings

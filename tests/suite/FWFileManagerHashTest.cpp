@@ -2,6 +2,7 @@
 
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileTest.h"
+#include "tests/support/LeasedFile.h"
 
 #include <atomic>
 #include <cerrno>
@@ -124,6 +125,15 @@ TEST_F(FWFileManagerHashTest, PathsMayHave4095Bytes) {
     EXPECT_THAT(systemLogged(), IsEmpty());
     EXPECT_EQ(FWFileManager::md5HashForFile(folder + "/aa"), "");
     EXPECT_THAT(systemLogged(), ElementsAre(openMessage(folder + "/aa")));
+}
+
+TEST_F(FWFileManagerHashTest, AFileUnderALeaseIsWaitedFor) {
+    LeasedFile lease(made("a", "abc"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << kNoLeases;
+    }
+    EXPECT_EQ(FWFileManager::md5HashForFile(path("a")), kMd5OfAbc);
+    EXPECT_TRUE(lease.wasGivenUp());
 }
 
 TEST_F(FWFileManagerHashTest, FollowsLinks) {
