@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -784,6 +785,28 @@ TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsAtAReportIsStillAsked) {
     EXPECT_THAT(systemLogged(), ElementsAre("Exception in a delegate: 20971520",
                                             "Exception in a delegate: 20971521"));
     EXPECT_THAT(told->calls, ElementsAre("finished"));
+}
+
+TEST_F(FWFileManagerCopyTest, ADelegateThatDoesNotAnswerHoldsUpNoOther) {
+    std::latch answered(1);
+    FileCopyDelegate slow;
+    slow.fileCopyShouldContinue = [&](const FileCopySettings&) {
+        answered.wait();
+        return true;
+    };
+    EXPECT_TRUE(
+        copied(madeSparse("a", 6 * kTwentyMebibytes), {path("b")}, FileVerification::kNone, slow));
+    setFileCalls({.read = [](int, void*, std::size_t count) -> ssize_t { // It never ends.
+                      return static_cast<ssize_t>(count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_EQ(FWFileManager::sha1HashForFile(path("a"), ChecksumDelegate{[](const std::string&) {
+                                                 return false;
+                                             }}),
+              "");
+    answered.count_down();
+    finishBackground();
 }
 
 TEST_F(FWFileManagerCopyTest, ADelegateThatImplementsNothingIsNotCalled) {

@@ -2,6 +2,7 @@
 
 #include "platform/files/fileCalls.h"
 #include "support/files/FileRights.h"
+#include "support/files/runInBackground.h"
 #include "tests/suite/SuiteLog.h"
 #include "tests/support/FileText.h"
 #include "tests/support/SystemLogCapture.h"
@@ -32,9 +33,6 @@ void waitUntil(Claim claim) {
 /// Chunk and question step of the file operations.
 constexpr std::size_t kChunk = 65536;
 constexpr std::uint64_t kFiftyMebibytes = 52'428'800;
-
-/// Waits until everything that runs in the background by now has ended.
-void finishBackground();
 
 /// So many bytes, no two chunks alike.
 std::string someBytes(std::size_t count);
