@@ -98,9 +98,14 @@ std::size_t ByteFile::write(std::span<const std::byte> bytes) {
     while (done < bytes.size()) {
         const ssize_t count =
             calls_->write(descriptor_.get(), bytes.data() + done, bytes.size() - done);
-        if (count >= 0) {
+        if (count > 0) {
             done += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
+            continue;
+        }
+        if (count == 0) {
+            errno = EIO; // To ask again might never end.
+        }
+        if (errno != EINTR) {
             hasFailed_ = !noted(false);
             break;
         }
