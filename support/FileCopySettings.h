@@ -27,7 +27,8 @@ struct FileCopyDelegate {
     /// lacks is verification, dates and the two calls below, and its result is false. One that is
     /// slow to answer is asked about further progress meanwhile, on up to four threads at once.
     std::function<std::optional<bool>(const FileCopySettings& settings)> fileCopyShouldContinue;
-    /// For each destination whose checksum is not that of the source, on the caller's thread.
+    /// For each destination whose checksum is not that of the source or could not be made (some
+    /// machines allow no MD5), on the caller's thread.
     std::function<void(const FileCopySettings& settings, const std::string& file)>
         fileCopyVerificationFailed;
     /// At the very end of a copy that succeeded, on the caller's thread.

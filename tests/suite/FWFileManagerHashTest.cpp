@@ -178,6 +178,13 @@ TEST_F(FWFileManagerHashTest, AReadErrorIsLoggedAndPrinted) {
     EXPECT_THAT(systemLogged(), IsEmpty());
 }
 
+TEST_F(FWFileManagerHashTest, AReadErrorAfterAPartOfAChunkIsLoggedAndPrinted) {
+    setFileCalls({.read = FailingRead{.number = 3, .bytesBefore = 100}, .write = {}, .seek = {}});
+    const std::string file = made("a", someBytes(4 * kChunk));
+    EXPECT_EQ(printedBy([&] { EXPECT_EQ(FWFileManager::sha1HashForFile(file), ""); }),
+              "Error reading file " + file + " - aborting...\n");
+}
+
 TEST_F(FWFileManagerHashTest, WithoutMemoryItSaysSo) {
     const std::string file = made("a", "abc");
     const std::string message = "Error reading file " + file + " - out of memory";
