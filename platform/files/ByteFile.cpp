@@ -69,10 +69,18 @@ bool ByteFile::truncate() {
     return noted(::ftruncate(descriptor_.get(), 0) == 0);
 }
 
-bool ByteFile::flush() {
-    const bool isDone = noted(calls_->flush(descriptor_.get()) == 0);
+bool ByteFile::flushed(int result) {
+    const bool isDone = noted(result == 0);
     hasFailed_ = hasFailed_ || !isDone;
     return isDone;
+}
+
+bool ByteFile::flush() {
+    return flushed(calls_->flush(descriptor_.get()));
+}
+
+bool ByteFile::flushFileSystem() {
+    return flushed(calls_->flushFileSystem(descriptor_.get()));
 }
 
 std::size_t ByteFile::read(std::span<std::byte> bytes) {
