@@ -950,8 +950,8 @@ TEST_F(FWFileManagerCopyTest, ACopyIsAsOldAsItsSource) {
 }
 
 TEST_F(FWFileManagerCopyTest, TheCopyIsFinishedWhenTheDatesHaveBeenHandedOn) {
-    const FileAttributes old{.modificationDate =
-                                 FileAttributes::Date(std::chrono::nanoseconds(987'654'321))};
+    FileAttributes old;
+    old.modificationDate = FileAttributes::Date(std::chrono::nanoseconds(987'654'321));
     ASSERT_EQ(setFileAttributes(made("a", "text"), old), std::nullopt);
     FileAttributes seen;
     FileCopyDelegate delegate;
