@@ -4,7 +4,6 @@ find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(fmt 9 REQUIRED)
 find_package(OpenSSL 3 REQUIRED)
-find_package(Boost 1.74 REQUIRED)
 find_package(nlohmann_json 3.11 REQUIRED)
 find_package(CLI11 2.1 REQUIRED)
 pkg_check_modules(libav REQUIRED IMPORTED_TARGET

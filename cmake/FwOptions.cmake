@@ -15,10 +15,6 @@ if(FW_SANITIZE)
     target_compile_options(fw_options INTERFACE
         -fsanitize=${FW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(fw_options INTERFACE -fsanitize=${FW_SANITIZE})
-    if(FW_SANITIZE MATCHES "thread")
-        # It does not know fences. Asio's stand around handlers whose hand-over is locked anyway.
-        target_compile_definitions(fw_options INTERFACE BOOST_ASIO_DISABLE_FENCED_BLOCK)
-    endif()
 endif()
 set(CMAKE_CXX_EXTENSIONS OFF)
 if(NOT CMAKE_BUILD_TYPE)

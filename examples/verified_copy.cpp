@@ -3,6 +3,7 @@
 // status: 0 all copies are verified, 1 the copy failed or one of them differs, 64 wrong arguments.
 #include "support/FWFileManager.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -15,17 +16,18 @@
 
 namespace {
 
-/// One line that is written over again. Reports come on background threads, some perhaps after the
-/// copy has ended.
+/// One line that is written over again. Reports come on background threads and in no order, some
+/// perhaps after the copy has ended.
 class ProgressLine {
 public:
     explicit ProgressLine(std::uint64_t total) : total_(total) {}
 
     void show(std::uint64_t bytes) {
         const std::lock_guard lock(mutex_);
+        most_ = std::max(most_, bytes);
         if (isTerminal_ && !hasEnded_ && total_ > 0) {
             std::fprintf(stderr, "\r%3.0f %%",
-                         100.0 * static_cast<double>(bytes) / static_cast<double>(total_));
+                         100.0 * static_cast<double>(most_) / static_cast<double>(total_));
         }
     }
     void end() {
@@ -39,6 +41,7 @@ public:
 private:
     std::mutex mutex_;
     std::uint64_t total_;
+    std::uint64_t most_ = 0; ///< Bytes of which a report has come.
     bool isTerminal_ = ::isatty(STDERR_FILENO) == 1;
     bool hasEnded_ = false;
 };

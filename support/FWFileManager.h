@@ -220,14 +220,17 @@ public:
     // Copying with progress, combining
 
     /// Copies one regular file to others, reading it once, and hands on its dates and Finder
-    /// attributes; whether it succeeded. Missing folders are created, files that exist are
-    /// overwritten. With a verification each chunk is read back at once, and checksums are
-    /// compared; one that differs is told to the delegate and does not make the copy fail, nor
-    /// does a destination that cannot be written to its end, which is told to the system log.
+    /// attributes; whether it succeeded: false also when the delegate has cancelled it. Missing
+    /// folders are created, files that exist are overwritten. With a verification each chunk is
+    /// read back at once, and checksums are compared; one that differs or could not be made is
+    /// told to the delegate and does not make the copy fail, nor does a destination that cannot be
+    /// written to its end, which is told to the system log.
     ///
     /// A destination that is the source itself, under whatever name, is refused before anything is
     /// touched. Waits until it is done; the objects and the delegate are handed to the delegate's
-    /// operations within the settings.
+    /// operations within the settings. The copies of the delegate that are called in the background
+    /// and on the caller's thread are not the same: what they share must be captured by reference
+    /// or pointer, and outlive questions that are asked after the copy has ended.
     ///
     /// The creation date is kept in the extended attribute "user.com.fernwick.creationdate". Where
     /// the file system has no extended attributes it cannot be set; "Error setting metadata for

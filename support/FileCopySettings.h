@@ -24,9 +24,11 @@ struct FileCopyDelegate {
     std::function<void(std::uint64_t bytes, const FileCopySettings& settings)> fileCopyBytesWritten;
     /// After each progress report, on the same background thread. An answer that is false or empty
     /// cancels. Deliberate: the files are copied to their end all the same; what a cancelled copy
-    /// lacks is verification, dates and the two calls below.
+    /// lacks is verification, dates and the two calls below, and its result is false. One that is
+    /// slow to answer is asked about further progress meanwhile, on up to four threads at once.
     std::function<std::optional<bool>(const FileCopySettings& settings)> fileCopyShouldContinue;
-    /// For each destination whose checksum is not that of the source, on the caller's thread.
+    /// For each destination whose checksum is not that of the source or could not be made (some
+    /// machines allow no MD5), on the caller's thread.
     std::function<void(const FileCopySettings& settings, const std::string& file)>
         fileCopyVerificationFailed;
     /// At the very end of a copy that succeeded, on the caller's thread.

@@ -1,6 +1,7 @@
 #include "platform/files/ByteFile.h"
 
 #include "platform/PosixError.h"
+#include "platform/files/openFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -45,9 +46,7 @@ Result<ByteFile> ByteFile::open(const std::string& path, int flags) {
         }
     }
     ByteFile file;
-    // Regular files know no waiting; others must not wait before it is known what they are.
-    file.descriptor_ = FileDescriptor(
-        ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, kModeOfNewFile));
+    file.descriptor_ = openFile(AT_FDCWD, path, flags, kModeOfNewFile);
     if (!file.descriptor_ || ::fstat(file.descriptor_.get(), &status) != 0) {
         return posixError(errno);
     }
@@ -70,10 +69,18 @@ bool ByteFile::truncate() {
     return noted(::ftruncate(descriptor_.get(), 0) == 0);
 }
 
-bool ByteFile::flush() {
-    const bool isDone = noted(calls_->flush(descriptor_.get()) == 0);
+bool ByteFile::flushed(int result) {
+    const bool isDone = noted(result == 0);
     hasFailed_ = hasFailed_ || !isDone;
     return isDone;
+}
+
+bool ByteFile::flush() {
+    return flushed(calls_->flush(descriptor_.get()));
+}
+
+bool ByteFile::flushFileSystem() {
+    return flushed(calls_->flushFileSystem(descriptor_.get()));
 }
 
 std::size_t ByteFile::read(std::span<std::byte> bytes) {
@@ -99,9 +106,14 @@ std::size_t ByteFile::write(std::span<const std::byte> bytes) {
     while (done < bytes.size()) {
         const ssize_t count =
             calls_->write(descriptor_.get(), bytes.data() + done, bytes.size() - done);
-        if (count >= 0) {
+        if (count > 0) {
             done += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
+            continue;
+        }
+        if (count == 0) {
+            errno = EIO; // To ask again might never end.
+        }
+        if (errno != EINTR) {
             hasFailed_ = !noted(false);
             break;
         }

@@ -37,6 +37,8 @@ public:
 
     /// Has the disk take what was written; false, with an error number, when that fails.
     bool flush();
+    /// The same for all of its file system: folders, too, and so the file's own name.
+    bool flushFileSystem();
 
     /// Where the next byte is read or written; nothing, with an error number, when that fails.
     std::optional<std::uint64_t> position();
@@ -53,6 +55,7 @@ private:
     ByteFile() = default;
     static Result<ByteFile> open(const std::string& path, int flags);
     bool noted(bool isDone);
+    bool flushed(int result);
 
     FileDescriptor descriptor_;
     FileIdentity identity_;

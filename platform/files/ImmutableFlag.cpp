@@ -4,6 +4,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
+#include "platform/files/openFile.h"
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -40,8 +41,7 @@ int setFlag(int folder, const std::string& name, bool isImmutable) {
     if (!S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         return EOPNOTSUPP; // Others are not even opened: that may wait, or set off a device.
     }
-    const FileDescriptor file(
-        ::openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const FileDescriptor file = openFile(folder, name, O_RDONLY | O_NOFOLLOW);
     int flags = 0;
     if (!file || ::ioctl(file.get(), FS_IOC_GETFLAGS, &flags) != 0) {
         return errno;

@@ -4,6 +4,7 @@
 #include "platform/files/FolderDescent.h"
 #include "platform/files/copyMetadata.h"
 #include "platform/files/fileCalls.h"
+#include "platform/files/openFile.h"
 #include "platform/files/removeItem.h"
 #include "platform/files/writeAll.h"
 
@@ -123,9 +124,7 @@ private:
 
     int copyRegularFile(const std::string& name, const std::string& newName) {
         // The name may be another file's by now, which must not be waited for.
-        const FileDescriptor from(
-            ::openat(from_.folder(), name.c_str(),
-                     O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+        const FileDescriptor from = openFile(from_.folder(), name, O_RDONLY | O_NOFOLLOW);
         struct stat status {};
         if (!from || ::fstat(from.get(), &status) != 0) {
             return errno;

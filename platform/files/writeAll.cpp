@@ -9,9 +9,11 @@ int writeAll(const std::function<ssize_t(int, const void*, std::size_t)>& write,
     const auto* next = static_cast<const std::byte*>(bytes);
     while (count > 0) {
         const ssize_t written = write(to, next, count);
-        if (written >= 0) {
+        if (written > 0) {
             next += written;
             count -= static_cast<std::size_t>(written);
+        } else if (written == 0) {
+            return EIO; // To ask again might never end.
         } else if (errno != EINTR) {
             return errno;
         }

@@ -1,6 +1,7 @@
 #include "platform/libav/Container.h"
 
 #include "media/MediaError.h"
+#include "platform/FileDescriptor.h"
 #include "platform/libav/DamageWatch.h"
 #include "platform/libav/LibavError.h"
 
@@ -14,7 +15,6 @@ extern "C" {
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace fw::libav {
 namespace {
@@ -24,20 +24,25 @@ constexpr const char* kContainers = "mov,matroska,mxf,mpegts,mpeg,avi,dv,ogg,flv
 
 /// Says in the system's words why a file cannot be read; nothing when it can.
 std::optional<Error> whyNotReadable(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
+    const auto systemsReason = [] {
         return mediaError(MediaErrorCode::kCannotOpen, std::strerror(errno));
-    }
+    };
     struct stat status {};
-    const int result = ::fstat(descriptor, &status);
-    ::close(descriptor);
-    if (result == 0 && S_ISDIR(status.st_mode)) {
+    if (::stat(path.c_str(), &status) != 0) {
+        return systemsReason();
+    }
+    if (S_ISDIR(status.st_mode)) {
         return mediaError(MediaErrorCode::kCannotOpen, "This is a folder, not a movie.");
     }
-    if (result == 0 && !S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) {
+    if (!S_ISREG(status.st_mode) && !S_ISBLK(status.st_mode)) {
         return mediaError(MediaErrorCode::kCannotOpen, "This is not a regular file.");
     }
-    if (result == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
+    // Waits where another process holds a lease on the file, until that has been given up.
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file) {
+        return systemsReason();
+    }
+    if (S_ISREG(status.st_mode) && status.st_size == 0) {
         return mediaError(MediaErrorCode::kNotAMovie, "The file is empty.");
     }
     return std::nullopt;

@@ -3,6 +3,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
 #include "platform/files/AtomicFile.h"
+#include "platform/files/openFile.h"
 #include "platform/plist/ListNode.h"
 
 #include <fcntl.h>
@@ -42,7 +43,7 @@ Result<std::string> readSmallFile(const std::string& path) {
     if (path.find('\0') != std::string::npos) {
         return posixError(EINVAL);
     }
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    const FileDescriptor file = openFile(AT_FDCWD, path, O_RDONLY);
     if (!file) {
         return posixError(errno);
     }

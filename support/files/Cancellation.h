@@ -1,25 +1,34 @@
 #pragma once
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
 
 namespace fw {
 
-/// A flag that the answers to questions set, which are asked in the background. Copies share it.
+/// A flag that the answers to an operation's questions set, which are asked in the background.
+/// Copies share it. Safe from any thread.
 class Cancellation {
 public:
+    /// So many questions of one operation are asked at the same time; more of them wait for their
+    /// turn, and for no other operation's.
+    static constexpr int kQuestionsAtOnce = 4;
+
     /// An answer that is false or empty cancels, and so does a question that throws, which is told
     /// to the system log.
     using Question = std::function<std::optional<bool>()>;
 
-    /// Returns at once; the answer comes when it comes.
+    Cancellation();
+
+    /// Returns at once; the answer comes when it comes, beside those to other questions. Where the
+    /// system has no thread for it the question is not asked, which the system log is told.
     void ask(Question question) const;
-    bool isCancelled() const { return *flag_; }
+    bool isCancelled() const;
 
 private:
-    std::shared_ptr<std::atomic<bool>> flag_ = std::make_shared<std::atomic<bool>>(false);
+    struct State;
+
+    std::shared_ptr<State> state_;
 };
 
 } // namespace fw

@@ -86,6 +86,16 @@ public:
 
     /// The source at the end of what there is; false when the combination ends here.
     bool append(const std::string& path) {
+        const bool isTaken = take(path);
+        if (isTaken && deleteSourceFiles_ == DeleteSourceFiles::kYes) {
+            deleteWhenSafe(path);
+        }
+        return isTaken;
+    }
+
+private:
+    /// Opens the source, copies it and closes it.
+    bool take(const std::string& path) {
         Result<ByteFile> source = ByteFile::openForReading(path);
         if (!source) {
             return refused("Error: Unable to open source file %@. Aborting combination process...",
@@ -100,11 +110,9 @@ public:
             FWLog::appendLogAndPrint("Error reading file %@ - aborting...", path);
             return false;
         }
-        deleteWhenSafe(path);
         return true;
     }
 
-private:
     /// False after a read error.
     bool copyAll(ByteFile& source, const ChunkBuffer& buffer) {
         while (!source.isAtEnd()) {
@@ -119,17 +127,22 @@ private:
 
     /// Once something has not been written, the sources are all that is left of it.
     void deleteWhenSafe(const std::string& path) {
-        if (deleteSourceFiles_ == DeleteSourceFiles::kYes && isWhole_) {
-            isWhole_ = destination_.flush();
-            if (isWhole_) {
-                FWFileManager::removeFile(path, ShouldAuth::kNo);
-            }
+        isWhole_ = isWhole_ && destination_.flush() && isNameKept();
+        if (isWhole_) {
+            FWFileManager::removeFile(path, ShouldAuth::kNo);
         }
+    }
+
+    /// Without its name in its folder all that the disk has taken of a new file is lost.
+    bool isNameKept() {
+        isNameKept_ = isNameKept_ || destination_.flushFileSystem();
+        return isNameKept_;
     }
 
     DestinationFile destination_;
     DeleteSourceFiles deleteSourceFiles_;
     bool isWhole_ = true;
+    bool isNameKept_ = false;
 };
 
 } // namespace

@@ -35,6 +35,10 @@ bool DestinationFile::flush() {
     return written(file_->flush());
 }
 
+bool DestinationFile::flushFileSystem() {
+    return written(file_->flushFileSystem());
+}
+
 void DestinationFile::writeAndReadBack(std::span<const std::byte> chunk,
                                        const ChunkBuffer& readBack, SourceChunks& before) {
     if (chunk.empty()) {

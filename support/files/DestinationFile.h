@@ -30,6 +30,8 @@ public:
 
     /// Has the disk take what was written; a failure counts and is told as a short write.
     bool flush();
+    /// The same for all that was written to its file system, the file's name in its folder, too.
+    bool flushFileSystem();
 
     void close() { file_.reset(); }
     /// Of what was read back; `source` is the digest of the whole source.

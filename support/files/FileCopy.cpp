@@ -218,8 +218,10 @@ void FileCopy::verify() {
     std::vector<std::string> checksums;
     for (const DestinationFile& destination : destinations_) {
         checksums.push_back(checksumText(destination.digest(*digest_)));
-        if (checksums.back() != expected && delegate() != nullptr &&
-            delegate()->fileCopyVerificationFailed) {
+        // A checksum that could not be made verifies nothing, also where the source has none
+        // either.
+        const bool isVerified = !checksums.back().empty() && checksums.back() == expected;
+        if (!isVerified && delegate() != nullptr && delegate()->fileCopyVerificationFailed) {
             settings_.destChecksum = checksums.back();
             guardedCall(
                 [&] { delegate()->fileCopyVerificationFailed(settings_, destination.path()); });

@@ -52,7 +52,7 @@ private:
     std::uint64_t taken_ = 0;    ///< Chunks, ever.
     std::uint64_t digested_ = 0; ///< Chunks, ever.
     bool isEnding_ = false;
-    std::thread worker_; ///< Last, so that it starts when all else stands.
+    std::thread worker_; ///< Of a longer file's digest; all of the above is shared with it.
 };
 
 } // namespace fw

@@ -1,5 +1,7 @@
 #include "support/log/LogFile.h"
 
+#include "platform/files/openFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -32,7 +34,7 @@ std::shared_ptr<LogFile> LogFile::open(const std::string& path) {
         return nullptr;
     }
     // Not blocking: a pipe that nobody reads must not hold the log up for ever.
-    FileDescriptor file(::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    FileDescriptor file = openFile(AT_FDCWD, path, O_WRONLY | O_APPEND);
     if (!file) {
         return nullptr;
     }

@@ -4,6 +4,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/files/AtomicFile.h"
 #include "platform/files/Folders.h"
+#include "platform/files/openFile.h"
 #include "platform/folders/folderServices.h"
 #include "support/FWFileManager.h"
 #include "support/FWLocalPaths.h"
@@ -45,8 +46,7 @@ bool move(const std::string& from, const std::string& to) {
 
 /// Nothing, or why there is no empty file.
 std::optional<Error> makeEmpty(const std::string& path) {
-    const FileDescriptor existing(
-        ::open(path.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC | O_NONBLOCK));
+    const FileDescriptor existing = openFile(AT_FDCWD, path, O_WRONLY | O_TRUNC);
     return existing ? std::nullopt : writeFileAtomically(path, "", kLogMode, Flush::kNo);
 }
 

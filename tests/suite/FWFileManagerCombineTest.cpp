@@ -1,8 +1,12 @@
+#include "platform/FileDescriptor.h"
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileOperationTest.h"
+#include "tests/support/LeasedFile.h"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 namespace fw {
@@ -44,6 +48,18 @@ TEST_F(FWFileManagerCombineTest, WritesTheSourcesOneAfterTheOther) {
     EXPECT_EQ(contents("new"), "endend");
     EXPECT_THAT(logged(), IsEmpty());
     EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCombineTest, ASourceUnderALeaseIsWaitedFor) {
+    made("a", "1");
+    made("b", "2");
+    LeasedFile lease(path("b"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << kNoLeases;
+    }
+    EXPECT_TRUE(combined({"a", "b"}, "all"));
+    EXPECT_TRUE(lease.wasGivenUp());
+    EXPECT_EQ(contents("all"), "12");
 }
 
 TEST_F(FWFileManagerCombineTest, SourcesAreDeletedWhenTheyShallBe) {
@@ -252,6 +268,35 @@ TEST_F(FWFileManagerCombineTest, AReadErrorEndsItAndTheSourceStays) {
     EXPECT_EQ(contents("all"), std::string("1").append(someBytes(2 * kChunk), 0, kChunk));
 }
 
+TEST_F(FWFileManagerCombineTest, AReadErrorAfterAPartOfAChunkEndsItAndTheSourcesStay) {
+    made("a", someBytes(2 * kChunk));
+    made("b", "2");
+    setFileCalls({.read = FailingRead{.number = 3, .bytesBefore = 100}, .write = {}, .seek = {}});
+    EXPECT_EQ(printedBy([&] {
+                  EXPECT_FALSE(combined({"a", "b"}, "all", DeleteSourceFiles::kYes));
+              }),
+              "Error reading file " + path("a") + " - aborting...\n");
+    EXPECT_EQ(contents("a"), someBytes(2 * kChunk));
+    EXPECT_EQ(contents("b"), "2");
+    EXPECT_EQ(contents("all"), someBytes(2 * kChunk).substr(0, kChunk + 100));
+}
+
+TEST_F(FWFileManagerCombineTest, ADestinationThatCannotBeEmptiedIsRefused) {
+    const FileDescriptor sealed(::memfd_create("sealed", MFD_ALLOW_SEALING | MFD_CLOEXEC));
+    ASSERT_EQ(::write(sealed.get(), "kept", 4), 4);
+    ASSERT_EQ(::fcntl(sealed.get(), F_ADD_SEALS, F_SEAL_SHRINK), 0);
+    const std::string name = "/proc/self/fd/" + std::to_string(sealed.get());
+    made("a", "1");
+    made("b", "2");
+    EXPECT_FALSE(
+        FWFileManager::combineFiles({path("a"), path("b")}, name, DeleteSourceFiles::kYes));
+    EXPECT_THAT(systemLogged(), ElementsAre("Error: Unable to open destination file " + name +
+                                            ". Aborting combination process..."));
+    EXPECT_EQ(readText(name), "kept");
+    EXPECT_EQ(contents("a"), "1");
+    EXPECT_EQ(contents("b"), "2");
+}
+
 TEST_F(FWFileManagerCombineTest, AfterAShortWriteItGoesOnAndDeletesNoSourceAnyMore) {
     made("a", "1");
     made("b", someBytes(kChunk));
@@ -285,6 +330,66 @@ TEST_F(FWFileManagerCombineTest, NoSourceIsDeletedThatTheDiskDidNotTake) {
     EXPECT_FALSE(exists("a"));
     EXPECT_TRUE(exists("b"));
     EXPECT_TRUE(exists("c"));
+}
+
+TEST_F(FWFileManagerCombineTest, TheDiskTakesTheDestinationsNameBeforeTheFirstSourceIsDeleted) {
+    int flushes = 0;
+    setFileCalls({.read = {},
+                  .write = {},
+                  .seek = {},
+                  .rename = {},
+                  .flush = {},
+                  .flushFileSystem = [&](int) {
+                      ++flushes;
+                      EXPECT_TRUE(exists("a"));
+                      return 0;
+                  }});
+    for (const char* name : {"a", "b", "c"}) {
+        made(name, name);
+    }
+    EXPECT_TRUE(combined({"a", "b", "c"}, "all"));
+    EXPECT_EQ(flushes, 0);
+    EXPECT_TRUE(combined({"a", "b", "c"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_EQ(flushes, 1);
+    EXPECT_FALSE(exists("c"));
+}
+
+TEST_F(FWFileManagerCombineTest, NoSourceIsDeletedWhenTheDiskDoesNotTakeTheDestinationsName) {
+    setFileCalls({.read = {},
+                  .write = {},
+                  .seek = {},
+                  .rename = {},
+                  .flush = {},
+                  .flushFileSystem = [](int) {
+                      errno = EIO;
+                      return -1;
+                  }});
+    for (const char* name : {"a", "b"}) {
+        made(name, name);
+    }
+    EXPECT_TRUE(combined({"a", "b"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_THAT(systemLogged(), ElementsAre("Error writing file " + path("all") + ": 1"));
+    EXPECT_TRUE(exists("a"));
+    EXPECT_TRUE(exists("b"));
+}
+
+TEST_F(FWFileManagerCombineTest, ASourceIsClosedBeforeItIsDeleted) {
+    std::vector<std::size_t> open;
+    setFileCalls({.read = {},
+                  .write = {},
+                  .seek = {},
+                  .rename = {},
+                  .flush =
+                      [&](int) { // The last thing before.
+                          open.push_back(openDescriptors());
+                          return 0;
+                      },
+                  .flushFileSystem = {}});
+    made("a", "1");
+    made("b", "2");
+    const std::size_t before = openDescriptors();
+    EXPECT_TRUE(combined({"a", "b"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_THAT(open, ElementsAre(before + 1, before + 1)) << "the destination";
 }
 
 TEST_F(FWFileManagerCombineTest, NamesMayBeLongAndNeedNotBeText) {

@@ -4,12 +4,15 @@
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileTest.h"
+#include "tests/suite/WithoutDigests.h"
+#include "tests/support/LeasedFile.h"
 
 #include <any>
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -38,6 +41,7 @@ bool isForWriting(int descriptor) {
 struct Told {
     std::mutex mutex;
     std::vector<std::uint64_t> background;
+    std::vector<std::string> inBackground; ///< Reports and questions.
     std::vector<std::string> calls;
     std::optional<FileCopySettings> last;
     int asked = 0;
@@ -63,11 +67,13 @@ protected:
                 told->calls.push_back("written " + std::to_string(bytes));
             } else {
                 told->background.push_back(bytes);
+                told->inBackground.push_back("written " + std::to_string(bytes));
             }
         };
         delegate.fileCopyShouldContinue = [told = told, answer](const FileCopySettings&) {
             const std::lock_guard lock(told->mutex);
             ++told->asked;
+            told->inBackground.emplace_back("asked");
             return answer;
         };
         delegate.fileCopyVerificationFailed = [told = told](const FileCopySettings& settings,
@@ -220,6 +226,21 @@ TEST_F(FWFileManagerCopyTest, ADanglingLinkAsDestinationIsWrittenThrough) {
     fs::create_symlink(path("target"), path("link"));
     EXPECT_TRUE(copied(made("a", "text"), {path("link")}));
     EXPECT_EQ(contents("target"), "text");
+}
+
+TEST_F(FWFileManagerCopyTest, FilesUnderALeaseAreWaitedFor) {
+    made("a", "text");
+    made("b", "old");
+    for (const char* name : {"a", "b"}) {
+        LeasedFile lease(path(name));
+        if (!lease.isHeld()) {
+            GTEST_SKIP() << kNoLeases;
+        }
+        EXPECT_TRUE(copied(path("a"), {path("b")})) << name;
+        EXPECT_TRUE(lease.wasGivenUp());
+        EXPECT_EQ(contents("b"), "text");
+        made("b", "old");
+    }
 }
 
 // The settings
@@ -407,6 +428,15 @@ TEST_F(FWFileManagerCopyTest, AReadErrorInTheMiddleEndsTheCopyAndKeepsTheSource)
     EXPECT_THAT(told->calls, IsEmpty());
     EXPECT_EQ(contents("a"), bytes);
     EXPECT_EQ(contents("b"), bytes.substr(0, kChunk));
+}
+
+TEST_F(FWFileManagerCopyTest, WhatWasReadBeforeAReadErrorInAChunkIsCopied) {
+    setFileCalls({.read = FailingRead{.number = 3, .bytesBefore = 100}, .write = {}, .seek = {}});
+    const std::string bytes = someBytes(3 * kChunk);
+    made("a", bytes);
+    EXPECT_EQ(printedBy([&] { EXPECT_FALSE(copied(path("a"), {path("b")})); }),
+              "Error reading file " + path("a") + " - aborting...\n");
+    EXPECT_EQ(contents("b"), bytes.substr(0, kChunk + 100));
 }
 
 TEST_F(FWFileManagerCopyTest, ASourceThatShrinksFailsWithTheSizeMessage) {
@@ -612,6 +642,40 @@ TEST_F(FWFileManagerCopyTest, AMismatchThatNobodyIsToldOfLeavesNoChecksumOfAFail
     EXPECT_EQ(told->last->destChecksum, std::nullopt);
 }
 
+TEST_F(FWFileManagerCopyTest, AFailedVerificationIsToldBeforeAllChecksumsAreKnown) {
+    setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      return isForWriting(descriptor) ? 0 : ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    FileCopySettings seen;
+    FileCopyDelegate delegate;
+    delegate.fileCopyVerificationFailed = [&](const FileCopySettings& settings,
+                                              const std::string&) {
+        seen = settings;
+    };
+    EXPECT_TRUE(copied(made("a", "abc"), {path("b")}, FileVerification::kMd5, delegate));
+    EXPECT_EQ(seen.sourceChecksum, "900150983cd24fb0d6963f7d28e17f72");
+    EXPECT_EQ(seen.destChecksum, "d41d8cd98f00b204e9800998ecf8427e");
+    EXPECT_EQ(seen.destChecksums, std::nullopt);
+}
+
+TEST_F(FWFileManagerCopyTest, AVerificationThatCannotBeMadeHasFailed) {
+    const WithoutDigests without;
+    ASSERT_TRUE(without.worked());
+    made("a", "abc");
+    for (const auto verification : {FileVerification::kMd5, FileVerification::kSha512}) {
+        told->calls.clear();
+        EXPECT_TRUE(copied(path("a"), {path("b"), path("c")}, verification, noting()));
+        EXPECT_THAT(told->calls, ElementsAre("written 3", "failed b ", "failed c ", "finished"));
+        EXPECT_EQ(told->last->sourceChecksum, std::nullopt);
+        EXPECT_EQ(told->last->destChecksums, (Paths{"", ""}));
+    }
+    told->calls.clear();
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kNone, noting()));
+    EXPECT_THAT(told->calls, ElementsAre("written 3", "finished"));
+}
+
 TEST_F(FWFileManagerCopyTest, APositionThatCannotBeSetIsToldInFiveLines) {
     setFileCalls(
         {.read = {}, .write = {}, .seek = [](int descriptor, off_t offset, int whence) -> off_t {
@@ -632,6 +696,53 @@ TEST_F(FWFileManagerCopyTest, APositionThatCannotBeSetIsToldInFiveLines) {
 }
 
 // The delegate
+
+TEST_F(FWFileManagerCopyTest, EveryCallIsHandedTheSettingsOfItsCopy) {
+    setFileCalls({.read = [](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      return isForWriting(descriptor) ? 0 : ::read(descriptor, bytes, count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    std::mutex mutex;
+    std::vector<FileCopySettings> seen;
+    const auto note = [&](const FileCopySettings& settings) {
+        const std::lock_guard lock(mutex);
+        seen.push_back(settings);
+    };
+    FileCopyDelegate delegate;
+    delegate.fileCopyBytesWritten = [&](std::uint64_t, const FileCopySettings& settings) {
+        note(settings);
+    };
+    delegate.fileCopyShouldContinue = [&](const FileCopySettings& settings) {
+        note(settings);
+        return true;
+    };
+    delegate.fileCopyVerificationFailed = [&](const FileCopySettings& settings,
+                                              const std::string&) {
+        note(settings);
+    };
+    delegate.fileCopyFinished = note;
+    EXPECT_TRUE(FWFileManager::copyFileWithProgress(madeSparse("a", kTwentyMebibytes),
+                                                    Paths{path("b")}, FileVerification::kMd5,
+                                                    delegate, std::string("first"), 2));
+    finishBackground();
+    EXPECT_EQ(seen.size(), 5U);
+    for (const FileCopySettings& settings : seen) {
+        EXPECT_EQ(settings.operationType, "copy");
+        EXPECT_EQ(settings.source, path("a"));
+        EXPECT_EQ(settings.destinations, Paths{path("b")});
+        EXPECT_TRUE(settings.delegate->fileCopyFinished);
+        EXPECT_EQ(std::any_cast<std::string>(settings.object), "first");
+        EXPECT_EQ(std::any_cast<int>(settings.object2), 2);
+    }
+}
+
+TEST_F(FWFileManagerCopyTest, AsksWhetherToGoOnAfterTheReport) {
+    EXPECT_TRUE(
+        copied(madeSparse("a", kTwentyMebibytes), {path("b")}, FileVerification::kNone, noting()));
+    finishBackground();
+    EXPECT_THAT(told->inBackground, ElementsAre("written 20971520", "asked"));
+}
 
 TEST_F(FWFileManagerCopyTest, ReportsOnceForTwentyMebibytesInTheBackground) {
     std::optional<FileCopyDelegate> delegate = noting();
@@ -687,6 +798,25 @@ TEST_F(FWFileManagerCopyTest, ACancelledCopyIsNotVerified) {
         }
         told->calls.clear();
     }
+}
+
+TEST_F(FWFileManagerCopyTest, ACancelledCopyOfASourceThatShrankIsCancelled) {
+    std::uint64_t total = 0;
+    setFileCalls({.read = [&](int descriptor, void* bytes, std::size_t count) -> ssize_t {
+                      if (total == kTwentyMebibytes) {
+                          finishBackground();
+                          return 0;
+                      }
+                      const ssize_t read = ::read(descriptor, bytes, count);
+                      total += static_cast<std::uint64_t>(read);
+                      return read;
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_FALSE(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")}, FileVerification::kNone,
+                        noting(false)));
+    EXPECT_EQ(told->asked, 1);
+    EXPECT_THAT(systemLogged(), IsEmpty()) << "nothing is said of its size";
 }
 
 TEST_F(FWFileManagerCopyTest, ReportsALargeFileFiveHundredTimesAtMost) {
@@ -770,6 +900,28 @@ TEST_F(FWFileManagerCopyTest, ADelegateThatThrowsAtAReportIsStillAsked) {
     EXPECT_THAT(told->calls, ElementsAre("finished"));
 }
 
+TEST_F(FWFileManagerCopyTest, ADelegateThatDoesNotAnswerHoldsUpNoOther) {
+    std::latch answered(1);
+    FileCopyDelegate slow;
+    slow.fileCopyShouldContinue = [&](const FileCopySettings&) {
+        answered.wait();
+        return true;
+    };
+    EXPECT_TRUE(
+        copied(madeSparse("a", 6 * kTwentyMebibytes), {path("b")}, FileVerification::kNone, slow));
+    setFileCalls({.read = [](int, void*, std::size_t count) -> ssize_t { // It never ends.
+                      return static_cast<ssize_t>(count);
+                  },
+                  .write = {},
+                  .seek = {}});
+    EXPECT_EQ(FWFileManager::sha1HashForFile(path("a"), ChecksumDelegate{[](const std::string&) {
+                                                 return false;
+                                             }}),
+              "");
+    answered.count_down();
+    finishBackground();
+}
+
 TEST_F(FWFileManagerCopyTest, ADelegateThatImplementsNothingIsNotCalled) {
     EXPECT_TRUE(copied(madeSparse("a", kTwentyMebibytes + 1), {path("b")}, FileVerification::kSha1,
                        FileCopyDelegate{}));
@@ -797,6 +949,20 @@ TEST_F(FWFileManagerCopyTest, ACopyIsAsOldAsItsSource) {
     EXPECT_EQ(fileAttributes(path("b")), before);
 }
 
+TEST_F(FWFileManagerCopyTest, TheCopyIsFinishedWhenTheDatesHaveBeenHandedOn) {
+    FileAttributes old;
+    old.modificationDate = FileAttributes::Date(std::chrono::nanoseconds(987'654'321));
+    ASSERT_EQ(setFileAttributes(made("a", "text"), old), std::nullopt);
+    FileAttributes seen;
+    FileCopyDelegate delegate;
+    delegate.fileCopyFinished = [&](const FileCopySettings&) {
+        seen = fileAttributes(path("b"));
+    };
+    EXPECT_TRUE(copied(path("a"), {path("b")}, FileVerification::kNone, delegate));
+    EXPECT_EQ(seen, fileAttributes(path("a")));
+    EXPECT_EQ(seen.modificationDate, old.modificationDate);
+}
+
 TEST_F(FWFileManagerCopyTest, ASourceWithoutACreationDateHandsOnNoAttribute) {
     ASSERT_EQ(fileAttributes("/proc/self/comm").creationDate, std::nullopt);
     FileAttributes old;
@@ -805,6 +971,20 @@ TEST_F(FWFileManagerCopyTest, ASourceWithoutACreationDateHandsOnNoAttribute) {
     EXPECT_TRUE(copied("/proc/self/comm", {path("b")}));
     EXPECT_EQ(fileAttributes(path("b")).creationDate, old.creationDate);
     EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCopyTest, WhereAttributesAreNotSupportedThatIsToldAndTheCopySucceeds) {
+    FileAttributes old;
+    old.creationDate = FileAttributes::Date(std::chrono::nanoseconds(5));
+    if (setFileAttributes(made("a", "text"), old)) {
+        GTEST_SKIP() << "the temporary folder's file system has no extended attributes";
+    }
+    const std::string nameOfThread = readText("/proc/self/comm");
+    EXPECT_TRUE(copied(path("a"), {"/proc/self/comm"}));
+    EXPECT_THAT(systemLogged(), ElementsAre("Error setting metadata for file /proc/self/comm - "
+                                            "Operation not supported"));
+    EXPECT_EQ(readText("/proc/self/comm"), "text\n");
+    writeText("/proc/self/comm", nameOfThread);
 }
 
 TEST_F(FWFileManagerCopyTest, AttributesThatCannotBeSetAreToldAndTheCopySucceeds) {

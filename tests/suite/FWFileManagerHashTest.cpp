@@ -2,6 +2,7 @@
 
 #include "tests/suite/FailingMemory.h"
 #include "tests/suite/FileTest.h"
+#include "tests/support/LeasedFile.h"
 
 #include <atomic>
 #include <cerrno>
@@ -126,6 +127,15 @@ TEST_F(FWFileManagerHashTest, PathsMayHave4095Bytes) {
     EXPECT_THAT(systemLogged(), ElementsAre(openMessage(folder + "/aa")));
 }
 
+TEST_F(FWFileManagerHashTest, AFileUnderALeaseIsWaitedFor) {
+    LeasedFile lease(made("a", "abc"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << kNoLeases;
+    }
+    EXPECT_EQ(FWFileManager::md5HashForFile(path("a")), kMd5OfAbc);
+    EXPECT_TRUE(lease.wasGivenUp());
+}
+
 TEST_F(FWFileManagerHashTest, FollowsLinks) {
     made("a", "abc");
     fs::create_symlink(path("a"), path("link"));
@@ -166,6 +176,13 @@ TEST_F(FWFileManagerHashTest, AReadErrorIsLoggedAndPrinted) {
               message + "\n");
     EXPECT_THAT(logged(), ElementsAre(message));
     EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerHashTest, AReadErrorAfterAPartOfAChunkIsLoggedAndPrinted) {
+    setFileCalls({.read = FailingRead{.number = 3, .bytesBefore = 100}, .write = {}, .seek = {}});
+    const std::string file = made("a", someBytes(4 * kChunk));
+    EXPECT_EQ(printedBy([&] { EXPECT_EQ(FWFileManager::sha1HashForFile(file), ""); }),
+              "Error reading file " + file + " - aborting...\n");
 }
 
 TEST_F(FWFileManagerHashTest, WithoutMemoryItSaysSo) {

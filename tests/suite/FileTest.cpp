@@ -1,21 +1,8 @@
 #include "tests/suite/FileTest.h"
 
-#include "support/files/backgroundQueue.h"
-
-#include <latch>
-#include <memory>
 #include <random>
 
 namespace fw::test {
-
-void finishBackground() {
-    // Each thread must be free to come, and takes what was there before first.
-    const auto all = std::make_shared<std::latch>(kBackgroundThreads);
-    for (int i = 0; i < kBackgroundThreads; ++i) {
-        runInBackground([all] { all->arrive_and_wait(); });
-    }
-    all->wait();
-}
 
 std::string someBytes(std::size_t count) {
     std::mt19937 random(static_cast<unsigned>(count));

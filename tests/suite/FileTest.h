@@ -2,11 +2,13 @@
 
 #include "platform/files/fileCalls.h"
 #include "support/files/FileRights.h"
+#include "support/files/runInBackground.h"
 #include "tests/suite/SuiteLog.h"
 #include "tests/support/FileText.h"
 #include "tests/support/SystemLogCapture.h"
 #include "tests/support/TemporaryFolder.h"
 
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -16,6 +18,7 @@
 #include <string_view>
 #include <sys/resource.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -33,11 +36,24 @@ void waitUntil(Claim claim) {
 constexpr std::size_t kChunk = 65536;
 constexpr std::uint64_t kFiftyMebibytes = 52'428'800;
 
-/// Waits until everything that runs in the background by now has ended.
-void finishBackground();
-
 /// So many bytes, no two chunks alike.
 std::string someBytes(std::size_t count);
+
+/// For setFileCalls(): the reading of a source of which the call of that number, counted from 1,
+/// and all later ones fail, the one before giving only so many bytes.
+struct FailingRead {
+    int number;
+    std::size_t bytesBefore;
+
+    ssize_t operator()(int descriptor, void* bytes, std::size_t count) {
+        --number;
+        if (number <= 0) {
+            errno = EIO;
+            return -1;
+        }
+        return ::read(descriptor, bytes, number == 1 ? bytesBefore : count);
+    }
+};
 
 /// No file grows beyond so many bytes while this lives, as on a full disk.
 class SmallFiles {

@@ -5,7 +5,8 @@
 
 namespace fw::test {
 
-/// A folder of the test's own that goes with all its contents.
+/// A folder of the test's own that goes with all its contents: in the temporary directory, or,
+/// where that keeps no extended attributes or dates of birth, in one that does if there is any.
 class TemporaryFolder {
 public:
     TemporaryFolder();

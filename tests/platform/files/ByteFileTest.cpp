@@ -1,6 +1,7 @@
 #include "platform/files/ByteFile.h"
 
 #include "platform/FileDescriptor.h"
+#include "platform/files/writeAll.h"
 #include "tests/support/FileText.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -189,6 +190,26 @@ TEST_F(ByteFileTest, WritesAsMuchAsThereIsRoomFor) {
     EXPECT_EQ(written, 5U);
     EXPECT_TRUE(file.value().hasFailed());
     EXPECT_EQ(file.value().errorNumber(), EFBIG);
+}
+
+TEST_F(ByteFileTest, AFileThatTakesNoBytesIsNotAskedForEver) {
+    setFileCalls(
+        {.read = {},
+         .write = [calls = 0](int descriptor, const void* bytes, std::size_t) mutable -> ssize_t {
+             return ++calls == 1 ? ::write(descriptor, bytes, 2) : 0;
+         },
+         .seek = {}});
+    Result<ByteFile> file = ByteFile::openForUpdating(path("new"));
+    EXPECT_EQ(file.value().write(bytesOf("text")), 2U);
+    EXPECT_TRUE(file.value().hasFailed());
+    EXPECT_EQ(file.value().errorNumber(), EIO);
+    EXPECT_EQ(readText(path("new")), "te");
+}
+
+TEST_F(ByteFileTest, WritingAllToAFileThatTakesNoBytesEndsWithAnError) {
+    EXPECT_EQ(writeAll([](int, const void*, std::size_t) { return ssize_t{0}; }, -1, "text", 4),
+              EIO);
+    EXPECT_EQ(writeAll([](int, const void*, std::size_t) { return ssize_t{0}; }, -1, "", 0), 0);
 }
 
 TEST_F(ByteFileTest, APositionThatCannotBeSetIsTold) {

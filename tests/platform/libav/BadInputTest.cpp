@@ -4,6 +4,7 @@
 #include "media/MediaError.h"
 #include "platform/libav/LibavAsset.h"
 #include "tests/platform/libav/ReadMovie.h"
+#include "tests/support/LeasedFile.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestMovie.h"
 
@@ -150,6 +151,16 @@ TEST_F(BadInput, ofTheSmallestPicturesAndShortestMoviesIsFine) {
             EXPECT_EQ(movie.frames.front().width, static_cast<std::uint64_t>(width));
         }
     }
+}
+
+TEST_F(BadInput, underALeaseIsWaitedForAndFine) {
+    makeNumberedMovie(path("a.ts"), 5, "25:1", {"-c:v", "mpeg2video"});
+    test::LeasedFile lease(path("a.ts"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << test::kNoLeases;
+    }
+    EXPECT_EQ(openLibavAsset(path("a.ts"))->error(), std::nullopt);
+    EXPECT_TRUE(lease.wasGivenUp());
 }
 
 TEST_F(BadInput, withoutAnyFrameEndsAtOnce) {

@@ -1,6 +1,7 @@
 #include "platform/plist/PropertyListFile.h"
 
 #include "tests/support/FileText.h"
+#include "tests/support/LeasedFile.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WithoutPrivileges.h"
 
@@ -387,6 +388,17 @@ TEST(PropertyListDamage, RandomBytesAndRandomPiecesDoNoHarm) {
         }
         expectHarmless(path, bytes);
     }
+}
+
+TEST(PropertyListDamage, AFileUnderALeaseIsWaitedFor) {
+    const TemporaryFolder folder;
+    writeText(folder.file("list"), soundBinaryList());
+    test::LeasedFile lease(folder.file("list"));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << test::kNoLeases;
+    }
+    EXPECT_TRUE(readPropertyList(folder.file("list")));
+    EXPECT_TRUE(lease.wasGivenUp());
 }
 
 TEST(PropertyListDamage, AMissingFileIsAnErrorInTheSystemsWords) {

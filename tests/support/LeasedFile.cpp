@@ -1,0 +1,72 @@
+#include "tests/support/LeasedFile.h"
+
+#include "platform/FileDescriptor.h"
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fw::test {
+namespace {
+
+constexpr timespec kMoment{0, 100'000'000};
+constexpr timespec kLongest{60, 0}; // The kernel itself takes a lease away after 45 s.
+
+/// The process that holds it; only calls that are allowed after a fork among threads.
+[[noreturn]] void hold(const char* path, int toldWhenHeld) {
+    sigset_t broken;
+    sigemptyset(&broken);
+    sigaddset(&broken, SIGIO);
+    ::sigprocmask(SIG_BLOCK, &broken, nullptr);
+    const int file = ::open(path, O_RDWR | O_CLOEXEC);
+    if (file < 0 || ::fcntl(file, F_SETLEASE, F_WRLCK) != 0 || ::write(toldWhenHeld, "x", 1) != 1 ||
+        ::sigtimedwait(&broken, nullptr, &kLongest) != SIGIO) {
+        ::_exit(EXIT_FAILURE);
+    }
+    ::nanosleep(&kMoment, nullptr);
+    ::fcntl(file, F_SETLEASE, F_UNLCK);
+    ::_exit(EXIT_SUCCESS);
+}
+
+} // namespace
+
+LeasedFile::LeasedFile(const std::string& path) {
+    std::array<int, 2> ends = {-1, -1};
+    if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return;
+    }
+    const FileDescriptor reading(ends[0]);
+    FileDescriptor writing(ends[1]);
+    holder_ = ::fork();
+    if (holder_ == 0) {
+        hold(path.c_str(), writing.get());
+    }
+    writing.reset();
+    char told = 0;
+    isHeld_ = ::read(reading.get(), &told, 1) == 1;
+}
+
+LeasedFile::~LeasedFile() {
+    if (holder_ > 0) {
+        ::kill(holder_, SIGKILL);
+        end();
+    }
+}
+
+bool LeasedFile::wasGivenUp() {
+    end();
+    return WIFEXITED(status_) && WEXITSTATUS(status_) == EXIT_SUCCESS;
+}
+
+void LeasedFile::end() {
+    if (holder_ > 0) {
+        ::waitpid(holder_, &status_, 0);
+        holder_ = -1;
+    }
+}
+
+} // namespace fw::test
