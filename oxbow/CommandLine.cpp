@@ -111,8 +111,7 @@ void addFlashOptions(CLI::App& scan, ScanSettings& settings) {
 void addScanOptions(CLI::App& scan, ScanRequest& request) {
     scan.add_option(kMovie, request.settings.movie, "The movie to scan")
         ->required()
-        ->type_name("MOVIE")
-        ->check([](const std::string& path) { return path.empty() ? "The path is empty." : ""; });
+        ->type_name("MOVIE");
     addRangeOptions(scan, request.settings);
     addDepth(scan, request.settings.depth);
     addLevelOptions(scan, request.settings);

@@ -1,6 +1,7 @@
 #include "platform/files/ByteFile.h"
 
 #include "platform/PosixError.h"
+#include "platform/files/SizeLimitAsError.h"
 #include "platform/files/openFile.h"
 
 #include <fcntl.h>
@@ -102,6 +103,7 @@ std::size_t ByteFile::read(std::span<std::byte> bytes) {
 }
 
 std::size_t ByteFile::write(std::span<const std::byte> bytes) {
+    const SizeLimitAsError limit;
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t count =

@@ -32,7 +32,8 @@ public:
 
     /// Reads until the bytes are full, the file ends or an error stops it; how many came.
     std::size_t read(std::span<std::byte> bytes);
-    /// Writes until all are written or an error stops it; how many went.
+    /// Writes until all are written or an error stops it, such as a full disk or a limit of a
+    /// file's size; how many went.
     std::size_t write(std::span<const std::byte> bytes);
 
     /// Has the disk take what was written; false, with an error number, when that fails.

@@ -2,6 +2,7 @@
 
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
+#include "platform/files/SizeLimitAsError.h"
 #include "platform/files/copyMetadata.h"
 #include "platform/files/fileCalls.h"
 #include "platform/files/openFile.h"
@@ -224,6 +225,7 @@ Result<FileIdentity> copyBetween(const Location& source, const Location& destina
             return place->error();
         }
     }
+    const SizeLimitAsError limit;
     TreeCopy copy(std::move(from).value(), std::move(to).value(), originals);
     const int failure = copy.run();
     if (failure == 0) {

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace fw {
 namespace {
@@ -47,8 +48,8 @@ bool isModifiedAfter(const std::string& path, std::chrono::system_clock::time_po
            std::pair<std::int64_t, std::int64_t>(seconds.time_since_epoch().count(), nanoseconds);
 }
 
-} // namespace
-
+/// The folders with crash reports, the user's first, the machine's last; unknown ones are left
+/// out, missing ones are not.
 std::vector<std::string> crashReportFolders() {
     std::vector<std::string> folders;
     for (const bool userDomain : {true, false}) {
@@ -59,6 +60,8 @@ std::vector<std::string> crashReportFolders() {
     std::erase(folders, std::string());
     return folders;
 }
+
+} // namespace
 
 std::string ownCrashReportFolder() {
     return inFolder(FWLocalPaths::logDirectory(true), "DiagnosticReports");

@@ -2,13 +2,8 @@
 
 #include <chrono>
 #include <string>
-#include <vector>
 
 namespace fw {
-
-/// The folders with crash reports, the user's first, the machine's last; unknown ones are left
-/// out, missing ones are not.
-std::vector<std::string> crashReportFolders();
 
 /// The folder into which this user's programs write their reports; empty when it is unknown.
 std::string ownCrashReportFolder();

@@ -13,11 +13,9 @@
 namespace fw {
 namespace {
 
-constexpr mode_t kOwnerOnly = 0700;
-
 std::optional<MoveFailure> moveToTrash(const std::string& path) {
     const std::string trash = FWLocalPaths::trashDirectory();
-    if (auto failure = makeFolder(trash, kOwnerOnly)) {
+    if (auto failure = makePrivateFolder(trash)) {
         return MoveFailure{*failure}; // Also for an unknown, and so empty, path.
     }
     const std::string wanted = appendedPathComponent(trash, lastPathComponent(path));

@@ -6,7 +6,9 @@
 #include <thread>
 
 namespace fw {
+namespace {
 
+/// One step of a wait: short on the main thread, 0.3 s elsewhere.
 void waitAWhile() {
     using std::chrono::milliseconds;
     if (isMainThread()) {
@@ -15,6 +17,8 @@ void waitAWhile() {
         std::this_thread::sleep_for(milliseconds(300));
     }
 }
+
+} // namespace
 
 bool waitUntil(Timeout timeout, const std::function<bool()>& claim) {
     using Clock = std::chrono::steady_clock;

@@ -11,7 +11,4 @@ namespace fw {
 /// none at all; there is no longest one.
 bool waitUntil(Timeout timeout, const std::function<bool()>& claim);
 
-/// One step of such a wait: short on the main thread, 0.3 s elsewhere.
-void waitAWhile();
-
 } // namespace fw

@@ -73,7 +73,10 @@ LogFile::Outcome LogFile::write(std::string_view bytes) {
     while (outcome.bytes < bytes.size()) {
         const std::string_view rest = bytes.substr(outcome.bytes);
         const ssize_t length = ::write(file_.get(), rest.data(), rest.size());
-        if (length >= 0) {
+        if (length == 0) {
+            errno = EIO; // To ask again might never end.
+        }
+        if (length > 0) {
             outcome.bytes += static_cast<std::size_t>(length);
         } else if (errno != EINTR) {
             outcome.error = Error{"POSIX", errno, std::strerror(errno)};

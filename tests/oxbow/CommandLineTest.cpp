@@ -104,7 +104,6 @@ TEST(CommandLine, WhatIsMissingOrUnknownIsRefused) {
     expectUsageError({}, "A subcommand is required: scan or demo\n");
     expectUsageError({"scan"}, "movie is required; one whose name begins with - goes behind --\n");
     expectUsageError({"scan", "-movie.mov"}, "goes behind --\n");
-    expectUsageError({"scan", ""}, "movie: The path is empty.\n");
     expectUsageError({"play", "movie.mov"}, "A subcommand is required: scan or demo\n");
     expectUsageError({"scan", "movie.mov", "--bogus"}, "--bogus");
     expectUsageError({"scan", "movie.mov", "second.mov"}, "second.mov");

@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -58,21 +57,17 @@ struct FailingRead {
 /// No file grows beyond so many bytes while this lives, as on a full disk.
 class SmallFiles {
 public:
-    explicit SmallFiles(rlim_t size) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    explicit SmallFiles(rlim_t size) {
         ::getrlimit(RLIMIT_FSIZE, &before_);
         const rlimit small{size, before_.rlim_max};
         ::setrlimit(RLIMIT_FSIZE, &small);
     }
-    ~SmallFiles() {
-        ::setrlimit(RLIMIT_FSIZE, &before_);
-        std::signal(SIGXFSZ, handler_);
-    }
+    ~SmallFiles() { ::setrlimit(RLIMIT_FSIZE, &before_); }
     SmallFiles(const SmallFiles&) = delete;
     SmallFiles& operator=(const SmallFiles&) = delete;
 
 private:
     rlimit before_{};
-    void (*handler_)(int);
 };
 
 /// A test of file operations in a folder of its own, in a process whose log lies in a home of its
