@@ -310,6 +310,18 @@ TEST_F(SuperuserFilesProbe, TheTrashIsReachedFromEveryDisk) {
     EXPECT_EQ(readText(trashed("file")), "text");
 }
 
+TEST_F(SuperuserFilesProbe, TheTrashInTheHomeOfAnotherUserBelongsToThem) {
+    constexpr uid_t kOther = 1234;
+    ASSERT_EQ(::chown(fs::path(trash()).parent_path().c_str(), kOther, kOther), 0);
+    made("file", "text");
+    EXPECT_TRUE(FWFileManager::trashFile(path("file"), ShouldAuth::kNo));
+    EXPECT_EQ(readText(trashed("file")), "text");
+    struct stat status {};
+    ASSERT_EQ(::stat(trash().c_str(), &status), 0);
+    EXPECT_EQ(status.st_uid, kOther);
+    EXPECT_EQ(modeOf(trash()), 0700U);
+}
+
 // Full disks
 
 TEST_F(SuperuserFilesProbe, ACopyToAFullDiskLeavesNothingBehind) {
