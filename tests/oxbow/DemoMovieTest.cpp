@@ -25,7 +25,8 @@ TEST(DemoMovie, IsAHundredUncompressedFrames) {
 }
 
 TEST(DemoMovie, APlaceThatCannotBeWrittenIsAnError) {
-    EXPECT_THROW(writeDemoMovie("/nonexistent/demo.y4m"), std::system_error);
+    const test::TemporaryFolder folder;
+    EXPECT_THROW(writeDemoMovie(folder.file("absent/demo.y4m")), std::system_error);
     EXPECT_THROW(writeDemoMovie("/dev/full"), std::system_error);
 }
 
