@@ -23,7 +23,7 @@ Result<std::unique_ptr<AudioDecoder>> AudioDecoder::open(ContainerSource& source
 }
 
 AudioDecoder::AudioDecoder(std::unique_ptr<DamageWatch> damage, StreamDecoder input)
-    : damage_(std::move(damage)), input_(std::move(input)), start_(*input_.format) {}
+    : damage_(std::move(damage)), input_(std::move(input)), start_(beginningOf(*input_.format)) {}
 
 const AVFrame* AudioDecoder::next() {
     for (int errorsInARow = 0; errorsInARow <= kMostErrorsInARow;) {
@@ -66,7 +66,9 @@ void AudioDecoder::feed() {
 
 void AudioDecoder::noteDamageIn(const AVFrame& frame) {
     if (!hasDecoded_ && frame.best_effort_timestamp != AV_NOPTS_VALUE) {
-        noteIfAny(start_.damageBefore(frame.best_effort_timestamp, toleranceTicks()));
+        noteIfAny(start_.damageBefore(frame.best_effort_timestamp, toleranceTicks(),
+                                      mediaError(MediaErrorCode::kDamagedSound,
+                                                 "The start of the sound cannot be decoded.")));
     }
     hasDecoded_ = true;
     if (damage_->takeDamage() || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0 ||

@@ -11,7 +11,7 @@ namespace {
 
 bool hidesDamage(AVCodecID codec) {
     return codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_MJPEGB ||
-           codec == AV_CODEC_ID_FLAC;
+           codec == AV_CODEC_ID_JPEG2000 || codec == AV_CODEC_ID_FLAC;
 }
 
 } // namespace

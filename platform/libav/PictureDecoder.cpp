@@ -49,7 +49,8 @@ Result<std::unique_ptr<PictureDecoder>> PictureDecoder::open(ContainerSource& so
 PictureDecoder::PictureDecoder(FormatHandle format, std::unique_ptr<DamageWatch> damage,
                                CodecHandle codec, AVStream* stream)
     : format_(std::move(format)), damage_(std::move(damage)), codec_(std::move(codec)),
-      stream_(stream), timing_(*format_, *stream), watch_(*stream->codecpar), start_(*format_) {}
+      stream_(stream), timing_(*format_, *stream), watch_(*stream->codecpar),
+      start_(beginningOf(*format_)), lost_(*format_, codec_->codec_id) {}
 
 /// Frames of a program stream may have no time of their own; right after a seek theirs are guessed.
 /// A real one comes at least every 0.7 s (ISO/IEC 13818-1, 2.7.4).
@@ -63,7 +64,8 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     avcodec_flush_buffers(codec_.get());
     av_packet_unref(packet_.get());
     firstError_.reset();
-    start_ = StartWatch(*format_);
+    start_ = StartWatch(StartWatch::Begins::kAnywhere);
+    lost_.clear();
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
     reached_ = MediaTime::zero();
@@ -79,6 +81,9 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
     int errorsInARow = 0;
     while (!hasEnded_) {
         const int result = avcodec_receive_frame(codec_.get(), frame_.get());
+        if (result == 0 && lost_.isAnyMissingBefore(*frame_)) {
+            note(missingPicture());
+        }
         if (result == 0 && isRepeated(*frame_)) {
             continue;
         }
@@ -123,6 +128,9 @@ bool PictureDecoder::feed() {
 
 void PictureDecoder::send() {
     start_.packet(*packet_);
+    if (packet_->pts != AV_NOPTS_VALUE && start_.shouldDecode(packet_->pts)) {
+        lost_.packet(*packet_);
+    }
     const int sent = avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0 && sent != AVERROR_EOF) {
@@ -188,6 +196,8 @@ void PictureDecoder::noteEnd() {
     if (framesSinceSeek_ == 0) {
         noteIfAny(start_.damageOfAll(
             mediaError(MediaErrorCode::kDamagedPicture, "No picture can be decoded.")));
+    } else if (lost_.isAnyMissing()) {
+        note(missingPicture());
     }
     if (missingSeconds() > 0) {
         note(mediaError(
@@ -206,28 +216,40 @@ void PictureDecoder::noteIfAny(const std::optional<Error>& error) {
     }
 }
 
-/// Until a first frame has decoded, data that does not decode may belong to frames before the
-/// place where reading began.
+Error PictureDecoder::missingPicture() const {
+    return mediaError(MediaErrorCode::kDamagedPicture,
+                      secondsText("A picture cannot be decoded near %.3f s.", reached_));
+}
+
+/// In mid stream data before the first frame that decodes may belong to frames before the place
+/// where reading began.
 void PictureDecoder::noteDamage(int code) {
     const Error error = mediaError(MediaErrorCode::kDamagedPicture,
                                    secondsText("Picture data is damaged near %.3f s", reached_) +
                                        " (" + libavText(code) + ").");
-    if (framesSinceSeek_ > 0) {
+    if (framesSinceSeek_ > 0 || start_.isWhole()) {
         note(error);
     } else {
         start_.failed(error);
     }
 }
 
+/// Whether damage of the frame is not only that of frames before the start, to which it refers.
+bool PictureDecoder::ownsItsDamage(const std::optional<std::int64_t>& timestamp) const {
+    return framesSinceSeek_ > 0 || (timestamp && start_.shouldDecode(*timestamp));
+}
+
 PictureDecoder::Frame PictureDecoder::taken() {
-    if (damage_->takeDamage() || isDamaged(*frame_)) {
+    const auto timestamp = timestampOf(*frame_);
+    const bool isShownDamaged = damage_->takeDamage() || isDamaged(*frame_);
+    if (framesSinceSeek_ == 0 && timestamp) {
+        noteIfAny(start_.damageBefore(*timestamp, timing_.frameTicks() / 2, missingPicture()));
+    }
+    const bool isDamage = isShownDamaged && ownsItsDamage(timestamp);
+    ++framesSinceSeek_;
+    if (isDamage) {
         noteDamage(AVERROR_INVALIDDATA);
     }
-    const auto timestamp = timestampOf(*frame_);
-    if (framesSinceSeek_ == 0 && timestamp) {
-        noteIfAny(start_.damageBefore(*timestamp, timing_.frameTicks() / 2));
-    }
-    ++framesSinceSeek_;
     if (!timestamp) {
         return {frame_.get(), MediaTime::invalid()};
     }

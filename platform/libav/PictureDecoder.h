@@ -7,6 +7,7 @@
 #include "platform/libav/DamageWatch.h"
 #include "platform/libav/FormatWatch.h"
 #include "platform/libav/Handles.h"
+#include "platform/libav/LostPictures.h"
 #include "platform/libav/StartWatch.h"
 #include "platform/libav/StreamTiming.h"
 
@@ -56,7 +57,9 @@ private:
     void noteEnd();
     void note(const Error& error);
     void noteIfAny(const std::optional<Error>& error);
+    Error missingPicture() const;
     void noteDamage(int code);
+    bool ownsItsDamage(const std::optional<std::int64_t>& timestamp) const;
     Frame taken();
     std::optional<std::int64_t> timestampOf(const AVFrame& frame) const;
 
@@ -70,6 +73,7 @@ private:
     PacketHandle packet_ = makePacket();
     std::optional<Error> firstError_;
     StartWatch start_;
+    LostPictures lost_;
     std::int64_t framesSinceSeek_ = 0;
     std::optional<std::int64_t> lastTimestamp_;
     MediaTime reached_ = MediaTime::zero(); ///< The latest end of a frame.

@@ -6,16 +6,13 @@
 
 namespace fw::libav {
 
-StartWatch::StartWatch(const AVFormatContext& format)
-    : mayBeginAnywhere_(isContainer(format, "mpegts") || isContainer(format, "mpeg")) {}
-
 void StartWatch::packet(const AVPacket& packet) {
     if ((packet.flags & AV_PKT_FLAG_DISCARD) != 0) {
         return;
     }
     hasPacket_ = true;
-    if (!shouldDecode_ && (!mayBeginAnywhere_ || (packet.flags & AV_PKT_FLAG_KEY) != 0)) {
-        shouldDecode_ = true;
+    if (!hasBegun_ && (isWhole() || (packet.flags & AV_PKT_FLAG_KEY) != 0)) {
+        hasBegun_ = true;
         if (packet.pts != AV_NOPTS_VALUE) {
             start_ = packet.pts;
         }
@@ -23,18 +20,31 @@ void StartWatch::packet(const AVPacket& packet) {
 }
 
 void StartWatch::failed(const Error& error) {
-    if (shouldDecode_) {
+    if (hasBegun_) {
         keepFirst(failure_, error);
     }
 }
 
-std::optional<Error> StartWatch::damageBefore(std::int64_t first, std::int64_t tolerance) const {
-    const bool isLate = start_ && saturatingSubtract(first, *start_) > tolerance;
-    return isLate ? failure_ : std::nullopt;
+bool StartWatch::shouldDecode(std::int64_t timestamp) const {
+    return start_ ? timestamp >= *start_ : isWhole();
+}
+
+/// Data in mid stream may be left out without a word for good reasons.
+std::optional<Error> StartWatch::damageBefore(std::int64_t first, std::int64_t tolerance,
+                                              const Error& untold) const {
+    if (!start_ || saturatingSubtract(first, *start_) <= tolerance) {
+        return std::nullopt;
+    }
+    return failure_ || !isWhole() ? failure_ : std::optional(untold);
 }
 
 std::optional<Error> StartWatch::damageOfAll(const Error& untold) const {
     return hasPacket_ ? std::optional(failure_.value_or(untold)) : std::nullopt;
+}
+
+StartWatch::Begins beginningOf(const AVFormatContext& format) {
+    const bool isAnywhere = isContainer(format, "mpegts") || isContainer(format, "mpeg");
+    return isAnywhere ? StartWatch::Begins::kAnywhere : StartWatch::Begins::kWhole;
 }
 
 } // namespace fw::libav

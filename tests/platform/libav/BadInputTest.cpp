@@ -274,6 +274,53 @@ TEST_F(BadInput, damagedInItsFirstPictureFails) {
     }
 }
 
+/// The picture comes out, filled in.
+TEST_F(BadInput, damagedLightlyInItsFirstPictureFails) {
+    struct Kind {
+        const char* name;
+        std::vector<std::string> codec;
+    };
+    for (const Kind& kind : {Kind{"a.mov", {"-c:v", "mjpeg", "-q:v", "3"}},
+                             Kind{"b.mov", {"-c:v", "libx264", "-g", "10"}},
+                             Kind{"c.mxf", {"-c:v", "mpeg2video", "-q:v", "2"}},
+                             Kind{"d.mkv", {"-c:v", "ffv1", "-level", "3", "-slicecrc", "1"}},
+                             Kind{"e.mov", {"-c:v", "jpeg2000"}}}) {
+        for (const int frames : {1, 30}) {
+            SCOPED_TRACE(kind.name + std::to_string(frames));
+            const std::string damaged = path(std::string("damaged.") + kind.name);
+            makeNumberedMovie(path(kind.name), frames, "25:1", kind.codec, 320, 240);
+            runFfmpeg({"-i", path(kind.name), "-c", "copy", "-bsf:v", "noise=amount='30*lt(n,1)'",
+                       damaged});
+            EXPECT_EQ(readMovie(*openLibavAsset(path(kind.name)), PixelLayout::k2vuy).status,
+                      AssetReader::Status::kCompleted);
+            expectFailure(readMovie(*openLibavAsset(damaged), PixelLayout::k2vuy),
+                          MediaErrorCode::kDamagedPicture);
+            std::filesystem::remove(path(kind.name));
+            std::filesystem::remove(damaged);
+        }
+    }
+}
+
+/// Only the times of the pictures around it show that one is missing.
+TEST_F(BadInput, ofWhichADecoderLeavesOutAPictureSilentlyFails) {
+    for (const auto& [name, codec] :
+         {std::pair{"a.mkv", "mpeg2video"}, std::pair{"b.mkv", "mpeg1video"},
+          std::pair{"c.mov", "mpeg2video"}, std::pair{"d.mkv", "vc2"}}) {
+        makeNumberedMovie(path(name), 40, "25:1", {"-c:v", codec, "-g", "12"});
+        EXPECT_EQ(readMovie(*openLibavAsset(path(name)), PixelLayout::k2vuy).status,
+                  AssetReader::Status::kCompleted)
+            << name;
+        for (const char* which : {"0", "13", "39"}) {
+            const std::string damaged = path(std::string("damaged.") + which + name);
+            runFfmpeg({"-i", path(name), "-c", "copy", "-bsf:v",
+                       std::string("noise=amount='eq(n,") + which + ")'", damaged});
+            SCOPED_TRACE(damaged);
+            expectFailure(readMovie(*openLibavAsset(damaged), PixelLayout::k2vuy),
+                          MediaErrorCode::kDamagedPicture);
+        }
+    }
+}
+
 /// What a recording begins with may refer to pictures before it.
 TEST_F(BadInput, thatBeginsInMidstreamIsWholeFromItsFirstKeyFrameOn) {
     for (const std::vector<std::string>& codec :
