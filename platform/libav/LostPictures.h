@@ -8,9 +8,8 @@
 namespace fw::libav {
 
 /// Misses pictures that a decoder leaves out without a word. Those of MPEG-1, MPEG-2 and Dirac do
-/// so with a packet that they find no picture in; each packet holds one picture there, and pictures
-/// come out in the order of their times. Not for transport and program streams, whose data may
-/// begin and break off anywhere.
+/// so with a packet that they find no picture in. In QuickTime, Matroska and MXF files each packet
+/// holds one picture and has its time, and pictures come out in the order of their times.
 class LostPictures {
 public:
     LostPictures(const AVFormatContext& format, AVCodecID codec);
