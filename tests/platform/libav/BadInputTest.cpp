@@ -3,6 +3,7 @@
 
 #include "media/MediaError.h"
 #include "platform/libav/LibavAsset.h"
+#include "platform/libav/LibavReader.h"
 #include "tests/platform/libav/ReadMovie.h"
 #include "tests/support/LeasedFile.h"
 #include "tests/support/TemporaryFolder.h"
@@ -217,6 +218,26 @@ TEST_F(BadInput, withoutItsIndexIsNoMovie) {
     makeNumberedMovie(path("a.mp4"), 50, "25:1", {"-c:v", "libx264"});
     const std::string whole = bytesOf("a.mp4");
     expectNoMovie(write("b.mp4", whole.substr(0, whole.size() / 2)), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, withFramesBeyondItsEndSaysHowMany) {
+    makeNumberedMovie(path("a.mkv"), 10, "25:1", {"-c:v", "mjpeg"});
+    const Track track = *openLibavAsset(path("a.mkv"))->firstTrack(MediaType::kVideo);
+    const auto errorWhenItEndsAt = [&](int frame) {
+        const MediaTime end = MediaTime::make(frame, 25);
+        libav::LibavReader reader(
+            std::make_shared<libav::ContainerSource>(path("a.mkv"), libav::FormatHandle()), 1, end,
+            std::make_shared<std::vector<libav::TimecodeTrack>>());
+        reader.setTimeRange({MediaTime::zero(), end});
+        reader.addOutput(track, VideoFrames{PixelLayout::k2vuy});
+        reader.startReading();
+        while (reader.copyNextSampleBuffer()) {
+        }
+        return test::words(reader.error());
+    };
+    EXPECT_EQ(errorWhenItEndsAt(10), "no error");
+    EXPECT_EQ(errorWhenItEndsAt(9), "1 frame has a time beyond the end of the movie.");
+    EXPECT_EQ(errorWhenItEndsAt(8), "2 frames have times beyond the end of the movie.");
 }
 
 TEST_F(BadInput, damagedInThePictureDataFailsAndLosesNothingThatDecodes) {
