@@ -7,9 +7,10 @@
 
 namespace fw::libav {
 
-/// Sees damage that libav tells of in its messages only. FFV1, Motion JPEG and FLAC fill in what they cannot decode and
-/// mark neither the frame nor the call: only their error messages tell, the checksums of FFV1 and
-/// FLAC among them. Other decoders also complain of harmless things, so they are not listened to.
+/// Sees damage that libav tells of in its messages only. FFV1, Motion JPEG and FLAC fill in what
+/// they cannot decode and mark neither the frame nor the call: only their error messages tell, the
+/// checksums of FFV1 and FLAC among them. Other decoders also complain of harmless things, so they
+/// are not listened to.
 class DamageWatch {
 public:
     /// Listens to a decoder, which must not outlive this object, from before it is opened.

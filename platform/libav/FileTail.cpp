@@ -8,11 +8,14 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace fw::libav {
 namespace {
+
+constexpr std::string_view kOggPage = "OggS";
 
 /// The bytes from one place of the file to another; fewer where it cannot be read.
 std::string bytesBetween(AVIOContext& io, std::int64_t from, std::int64_t to) {
@@ -69,9 +72,49 @@ bool endsInMidDvFrame(AVIOContext& io, const AVStream& stream) {
            (header.back() & 0x7F) != 0x3F;
 }
 
+/// How long the page is that begins at a place of the bytes, as its header says; nothing where no
+/// whole header is (RFC 3533, 6).
+std::optional<std::size_t> oggPageLength(std::string_view bytes, std::size_t place) {
+    constexpr std::size_t kHeader = 27;
+    const std::string_view page = bytes.substr(place);
+    const auto byteAt = [page](std::size_t i) {
+        return static_cast<unsigned char>(page[i]);
+    };
+    if (!page.starts_with(kOggPage) || page.size() < kHeader) {
+        return std::nullopt;
+    }
+    const std::size_t segments = byteAt(kHeader - 1);
+    if (page.size() < kHeader + segments) {
+        return std::nullopt;
+    }
+    std::size_t length = kHeader + segments;
+    for (std::size_t i = 0; i < segments; ++i) {
+        length += byteAt(kHeader + i);
+    }
+    return length;
+}
+
+/// Whole when the last page ends where the file does.
+bool endsInMidOggPage(AVIOContext& io) {
+    constexpr std::int64_t kLongestPage = 27 + 255 + 255 * 255;
+    const std::int64_t size = avio_size(&io);
+    const auto tail = bytesBetween(io, std::max<std::int64_t>(size - kLongestPage, 0), size);
+    const std::string_view bytes = tail;
+    for (std::size_t place = bytes.find(kOggPage); place != bytes.npos;
+         place = bytes.find(kOggPage, place + 1)) {
+        if (oggPageLength(bytes, place) == bytes.size() - place) {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace
 
-bool endsInMidFrame(const AVFormatContext& format) {
+bool endsInMidData(const AVFormatContext& format) {
+    if (format.pb != nullptr && isContainer(format, "ogg")) {
+        return endsInMidOggPage(*format.pb);
+    }
     for (unsigned i = 0; format.pb != nullptr && i < format.nb_streams; ++i) {
         const AVStream& stream = *format.streams[i];
         if (isMovingPicture(stream) && isContainer(format, "yuv4mpegpipe")) {

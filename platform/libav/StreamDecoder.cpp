@@ -90,7 +90,7 @@ std::optional<Error> errorAtEnd(const AVFormatContext& format, int readResult) {
     const int inputError = format.pb != nullptr ? format.pb->error : 0;
     const bool inputFailed = inputError < 0 && inputError != AVERROR_EOF;
     if (readResult == AVERROR_EOF && !inputFailed) {
-        const bool isCut = DamageWatch::isCutOff(format) || endsInMidFrame(format);
+        const bool isCut = DamageWatch::isCutOff(format) || endsInMidData(format);
         return isCut ? std::optional(mediaError(MediaErrorCode::kEndsEarly,
                                                 "The file was cut off: it ends in mid-data."))
                      : std::nullopt;

@@ -257,6 +257,25 @@ TEST_F(BadInput, cutBehindTheRangeThatIsReadIsFine) {
     EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
 }
 
+/// Frames in a page that is cut are lost with it, and so are those that cannot do without them.
+TEST_F(BadInput, cutInTheMiddleOfAPageOfOggFails) {
+    makeNumberedMovie(path("a.ogv"), 60, "25:1", {"-c:v", "libtheora", "-g", "5"}, 320, 192);
+    const std::string bytes = bytesOf("a.ogv");
+    for (const std::size_t missing : {0U, 1U, 5000U}) {
+        const std::string cut = write("cut.ogv", bytes.substr(0, bytes.size() - missing));
+        const ReadMovie movie = readMovie(*openLibavAsset(cut), PixelLayout::k2vuy);
+        if (missing == 0) {
+            EXPECT_EQ(movie.frames.size(), 60U);
+            EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+        } else {
+            EXPECT_LT(movie.frames.size(), 60U) << missing;
+            EXPECT_GT(movie.frames.size(), 20U) << missing;
+            expectFailure(movie, MediaErrorCode::kEndsEarly);
+            EXPECT_EQ(test::words(movie.error), "The file was cut off: it ends in mid-data.");
+        }
+    }
+}
+
 TEST_F(BadInput, cutInTheFirstFrameOfAY4mFails) {
     test::writeY4m(path("a.y4m"), 32, 32, 1, "25:1", [](int, test::TestPicture&) {});
     const auto size = std::filesystem::file_size(path("a.y4m"));
