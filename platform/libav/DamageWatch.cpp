@@ -5,6 +5,7 @@ extern "C" {
 }
 
 #include <mutex>
+#include <string_view>
 
 namespace fw::libav {
 namespace {
@@ -13,6 +14,16 @@ bool hidesDamage(AVCodecID codec) {
     return codec == AV_CODEC_ID_FFV1 || codec == AV_CODEC_ID_MJPEG || codec == AV_CODEC_ID_MJPEGB ||
            codec == AV_CODEC_ID_JPEG2000 || codec == AV_CODEC_ID_FLAC;
 }
+
+/// Only Matroska's demuxer says this. Where no length is stated nothing else tells a file that was
+/// cut off from a whole one.
+bool tellsOfACut(const char* message) {
+    return std::string_view(message).starts_with("File ended prematurely");
+}
+
+/// What `opaque` of a container points to when its file was cut off: the mark lives as long as the
+/// container does, and belongs to the thread that reads it, which is the one that has the message.
+char markOfACut;
 
 } // namespace
 
@@ -27,9 +38,19 @@ void DamageWatch::installLogReceiver() {
     std::call_once(once, [] { av_log_set_callback(receive); });
 }
 
-void DamageWatch::receive(void* sender, int level, const char*, va_list) {
-    if (sender == nullptr || level > AV_LOG_ERROR ||
-        *static_cast<const AVClass* const*>(sender) != avcodec_get_class()) {
+bool DamageWatch::isCutOff(const AVFormatContext& format) {
+    return format.opaque == &markOfACut;
+}
+
+void DamageWatch::receive(void* sender, int level, const char* message, va_list) {
+    if (sender == nullptr || level > AV_LOG_ERROR) {
+        return;
+    }
+    const AVClass* const kind = *static_cast<const AVClass* const*>(sender);
+    if (kind == avformat_get_class() && tellsOfACut(message)) {
+        static_cast<AVFormatContext*>(sender)->opaque = &markOfACut;
+    }
+    if (kind != avcodec_get_class()) {
         return;
     }
     if (auto* watch = static_cast<DamageWatch*>(static_cast<AVCodecContext*>(sender)->opaque)) {

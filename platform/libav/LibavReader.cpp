@@ -205,8 +205,10 @@ void LibavReader::end() {
     } else if (framesBeyondEnd_ > 0) {
         // The movie's clock jumps: these frames cannot be placed.
         fail(mediaError(MediaErrorCode::kDamagedContainer,
-                        std::to_string(framesBeyondEnd_) +
-                            " frames have times beyond the end of the movie."));
+                        framesBeyondEnd_ == 1
+                            ? "1 frame has a time beyond the end of the movie."
+                            : std::to_string(framesBeyondEnd_) +
+                                  " frames have times beyond the end of the movie."));
     } else {
         status_ = Status::kCompleted;
     }

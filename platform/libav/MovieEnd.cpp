@@ -107,6 +107,35 @@ MediaTime measuredEndOfTail(const std::string& path) {
     return packetsEnd(format);
 }
 
+/// Where the last tags of an FLV begin; nothing when their sizes, one after each tag, do not lead
+/// there.
+std::optional<std::int64_t> lastFlvTags(AVIOContext& io) {
+    constexpr int kTags = 256; // Far more than a decoder reorders, with sound in between.
+    constexpr std::int64_t kHeader = 13;
+    std::int64_t position = avio_size(&io);
+    for (int i = 0; i < kTags && position > kHeader; ++i) {
+        const std::int64_t size = avio_seek(&io, position - 4, SEEK_SET) < 0 ? 0 : avio_rb32(&io);
+        position -= size + 4;
+        if (size == 0 || position < kHeader) {
+            return std::nullopt;
+        }
+    }
+    return position;
+}
+
+MediaTime measuredEndOfFlv(const std::string& path) {
+    const auto opened = openContainer(path);
+    if (!opened) {
+        return MediaTime::zero();
+    }
+    AVFormatContext& format = *opened.value();
+    const auto tags = lastFlvTags(*format.pb);
+    if (!tags || av_seek_frame(&format, -1, *tags, AVSEEK_FLAG_BYTE) < 0) {
+        return measuredEnd(path);
+    }
+    return packetsEnd(format);
+}
+
 } // namespace
 
 MediaTime endOfIndex(const AVFormatContext& format, const AVStream& stream) {
@@ -141,7 +170,10 @@ MediaTime movieEnd(const std::string& path, const AVFormatContext& format) {
         const std::int64_t start =
             format.start_time == AV_NOPTS_VALUE ? 0 : std::max<std::int64_t>(format.start_time, 0);
         // Matroska and FLV state when the last frame ends, counted from their own zero.
-        return std::max(end, MediaTime::make(format.duration - start, AV_TIME_BASE));
+        end = std::max(end, MediaTime::make(format.duration - start, AV_TIME_BASE));
+        // Where FLV states nothing libavformat gives the time of the last tag instead, which is
+        // before that frame ends, and before those that were coded earlier and are shown later.
+        return isContainer(format, "flv") ? std::max(end, measuredEndOfFlv(path)) : end;
     }
     return measuredEnd(path);
 }

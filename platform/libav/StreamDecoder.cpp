@@ -1,6 +1,8 @@
 #include "platform/libav/StreamDecoder.h"
 
 #include "media/MediaError.h"
+#include "platform/libav/DamageWatch.h"
+#include "platform/libav/FileTail.h"
 #include "platform/libav/LibavError.h"
 
 #include <string>
@@ -88,7 +90,10 @@ std::optional<Error> errorAtEnd(const AVFormatContext& format, int readResult) {
     const int inputError = format.pb != nullptr ? format.pb->error : 0;
     const bool inputFailed = inputError < 0 && inputError != AVERROR_EOF;
     if (readResult == AVERROR_EOF && !inputFailed) {
-        return std::nullopt;
+        const bool isCut = DamageWatch::isCutOff(format) || endsInMidData(format);
+        return isCut ? std::optional(mediaError(MediaErrorCode::kEndsEarly,
+                                                "The file was cut off: it ends in mid-data."))
+                     : std::nullopt;
     }
     return mediaError(MediaErrorCode::kReadFailed,
                       "The file could not be read to its end (" +

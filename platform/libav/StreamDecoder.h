@@ -27,7 +27,7 @@ std::optional<Error> startDecoder(AVCodecContext& codec);
 int readPacket(AVFormatContext& format, const AVStream& stream, AVPacket& packet,
                std::optional<Error>& firstError);
 
-/// Says why reading stopped, when it was not at the end of the file.
+/// Says why reading stopped, when it was not at the end of a whole file.
 std::optional<Error> errorAtEnd(const AVFormatContext& format, int readResult);
 
 /// Keeps an error unless there is one already.

@@ -3,6 +3,7 @@
 
 #include "media/MediaError.h"
 #include "platform/libav/LibavAsset.h"
+#include "platform/libav/LibavReader.h"
 #include "tests/platform/libav/ReadMovie.h"
 #include "tests/support/LeasedFile.h"
 #include "tests/support/TemporaryFolder.h"
@@ -200,6 +201,92 @@ TEST_F(BadInput, cutBetweenTwoFramesFailsBecauseItEndsEarly) {
     }
 }
 
+/// Nothing but the end of the file tells.
+TEST_F(BadInput, cutInTheMiddleOfAFrameFailsWhereNoLengthIsStated) {
+    const std::vector<std::string> dv = {"-vf", "scale=720:576:flags=neighbor", "-pix_fmt",
+                                         "yuv420p"};
+    const std::vector<std::string> ntscDv = {"-vf", "scale=720:480:flags=neighbor", "-pix_fmt",
+                                             "yuv411p"};
+    const std::vector<std::string> dv50 = {"-vf", "scale=720:576:flags=neighbor", "-pix_fmt",
+                                           "yuv422p"};
+    struct Kind {
+        std::string name;
+        std::string rate;
+        std::vector<std::string> arguments;
+        std::size_t tornFrames = 0; ///< That the demuxer fills up.
+    };
+    const std::vector<Kind> kinds = {
+        {"h264.mkv", "25:1", {"-c:v", "libx264", "-bf", "2", "-live", "1"}},
+        {"ffv1.mkv", "25:1", {"-c:v", "ffv1", "-live", "1"}},
+        {"vp8.webm", "25:1", {"-c:v", "libvpx", "-live", "1"}},
+        {"a.y4m", "25:1", {"-pix_fmt", "yuv420p"}},
+        {"deep.y4m", "25:1", {"-pix_fmt", "yuv422p10le", "-strict", "-1"}},
+        {"pal.dv", "25:1", dv, 1},
+        {"ntsc.dv", "30000:1001", ntscDv, 1},
+        {"dv50.dv", "25:1", dv50, 1},
+    };
+    for (const Kind& kind : kinds) {
+        makeNumberedMovie(path(kind.name), 20, kind.rate, kind.arguments);
+        const ReadMovie whole = readMovie(*openLibavAsset(path(kind.name)), PixelLayout::k2vuy);
+        EXPECT_EQ(whole.frames.size(), 20U) << kind.name;
+        EXPECT_EQ(whole.status, AssetReader::Status::kCompleted)
+            << kind.name << ": " << test::words(whole.error);
+        const std::string bytes = bytesOf(kind.name);
+        for (const std::size_t missing : {1U, 30U}) {
+            const std::string cut =
+                write("cut." + kind.name, bytes.substr(0, bytes.size() - missing));
+            const ReadMovie movie = readMovie(*openLibavAsset(cut), PixelLayout::k2vuy);
+            EXPECT_EQ(movie.frames.size(), 19U + kind.tornFrames) << kind.name << missing;
+            expectFailure(movie, MediaErrorCode::kEndsEarly);
+            EXPECT_EQ(test::words(movie.error), "The file was cut off: it ends in mid-data.");
+        }
+        const std::string half = write("half." + kind.name, bytes.substr(0, bytes.size() / 2 + 3));
+        expectFailure(readMovie(*openLibavAsset(half), PixelLayout::k2vuy),
+                      MediaErrorCode::kEndsEarly);
+    }
+}
+
+/// What is cut off lies outside of such a range.
+TEST_F(BadInput, cutBehindTheRangeThatIsReadIsFine) {
+    makeNumberedMovie(path("a.y4m"), 20, "25:1", {"-pix_fmt", "yuv420p"});
+    std::filesystem::resize_file(path("a.y4m"), std::filesystem::file_size(path("a.y4m")) - 1);
+    const ReadMovie movie =
+        readMovie(*openLibavAsset(path("a.y4m")), PixelLayout::k2vuy,
+                  MediaTimeRange{MediaTime::make(2, 25), MediaTime::make(3, 25)});
+    EXPECT_EQ(movie.frames.size(), 3U);
+    EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+}
+
+/// Frames in a page that is cut are lost with it, and so are those that cannot do without them.
+TEST_F(BadInput, cutInTheMiddleOfAPageOfOggFails) {
+    makeNumberedMovie(path("a.ogv"), 60, "25:1", {"-c:v", "libtheora", "-g", "5"}, 320, 192);
+    const std::string bytes = bytesOf("a.ogv");
+    for (const std::size_t missing : {0U, 1U, 5000U}) {
+        const std::string cut = write("cut.ogv", bytes.substr(0, bytes.size() - missing));
+        const ReadMovie movie = readMovie(*openLibavAsset(cut), PixelLayout::k2vuy);
+        if (missing == 0) {
+            EXPECT_EQ(movie.frames.size(), 60U);
+            EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+        } else {
+            EXPECT_LT(movie.frames.size(), 60U) << missing;
+            EXPECT_GT(movie.frames.size(), 20U) << missing;
+            expectFailure(movie, MediaErrorCode::kEndsEarly);
+            EXPECT_EQ(test::words(movie.error), "The file was cut off: it ends in mid-data.");
+        }
+    }
+}
+
+TEST_F(BadInput, cutInTheFirstFrameOfAY4mFails) {
+    test::writeY4m(path("a.y4m"), 32, 32, 1, "25:1", [](int, test::TestPicture&) {});
+    const auto size = std::filesystem::file_size(path("a.y4m"));
+    for (const std::size_t missing : {1U, 2048U, 2051U}) {
+        std::filesystem::resize_file(path("a.y4m"), size - missing);
+        const ReadMovie movie = readMovie(*openLibavAsset(path("a.y4m")), PixelLayout::k2vuy);
+        EXPECT_TRUE(movie.frames.empty()) << missing;
+        expectFailure(movie, MediaErrorCode::kEndsEarly);
+    }
+}
+
 TEST_F(BadInput, cutByLessThanHalfASecondIsTakenAsWhole) {
     makeNumberedMovie(path("a.mp4"), 100, "25:1", {"-c:v", "mjpeg", "-movflags", "+faststart"});
     const std::string whole = bytesOf("a.mp4");
@@ -217,6 +304,26 @@ TEST_F(BadInput, withoutItsIndexIsNoMovie) {
     makeNumberedMovie(path("a.mp4"), 50, "25:1", {"-c:v", "libx264"});
     const std::string whole = bytesOf("a.mp4");
     expectNoMovie(write("b.mp4", whole.substr(0, whole.size() / 2)), MediaErrorCode::kNotAMovie);
+}
+
+TEST_F(BadInput, withFramesBeyondItsEndSaysHowMany) {
+    makeNumberedMovie(path("a.mkv"), 10, "25:1", {"-c:v", "mjpeg"});
+    const Track track = *openLibavAsset(path("a.mkv"))->firstTrack(MediaType::kVideo);
+    const auto errorWhenItEndsAt = [&](int frame) {
+        const MediaTime end = MediaTime::make(frame, 25);
+        libav::LibavReader reader(
+            std::make_shared<libav::ContainerSource>(path("a.mkv"), libav::FormatHandle()), 1, end,
+            std::make_shared<std::vector<libav::TimecodeTrack>>());
+        reader.setTimeRange({MediaTime::zero(), end});
+        reader.addOutput(track, VideoFrames{PixelLayout::k2vuy});
+        reader.startReading();
+        while (reader.copyNextSampleBuffer()) {
+        }
+        return test::words(reader.error());
+    };
+    EXPECT_EQ(errorWhenItEndsAt(10), "no error");
+    EXPECT_EQ(errorWhenItEndsAt(9), "1 frame has a time beyond the end of the movie.");
+    EXPECT_EQ(errorWhenItEndsAt(8), "2 frames have times beyond the end of the movie.");
 }
 
 TEST_F(BadInput, damagedInThePictureDataFailsAndLosesNothingThatDecodes) {

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -38,6 +39,16 @@ protected:
         all.push_back(folder_.file(name));
         runFfmpeg(all);
         return openLibavAsset(folder_.file(name));
+    }
+    /// Each once, in the range that is the whole movie.
+    static void expectEveryFrame(const Asset& asset, int frames) {
+        const ReadMovie movie = readMovie(asset, PixelLayout::k2vuy,
+                                          MediaTimeRange{MediaTime::zero(), asset.duration()});
+        ASSERT_EQ(movie.frames.size(), static_cast<std::size_t>(frames));
+        for (int frame = 0; frame < frames; ++frame) {
+            EXPECT_EQ(movie.frames[static_cast<std::size_t>(frame)].number, frame);
+        }
+        EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
     }
     static std::string videoCodec(const Asset& asset) {
         return FWAVFoundation::codecNameForTrack(*asset.firstTrack(MediaType::kVideo))
@@ -296,6 +307,42 @@ TEST_F(Tracks, areFoundInAMovieThatIsWrittenInFragmentsOrWithoutADuration) {
     const auto live = make("a.mkv", 50, "25:1", {"-c:v", "libx264", "-live", "1"});
     EXPECT_GE(live->duration(), MediaTime::make(2, 1));
     EXPECT_LT(live->duration(), MediaTime::make(3, 1));
+}
+
+/// Without a stated length FLV tells no more than the time of its last tag.
+TEST_F(Tracks, areWholeInAnFlvWithoutADuration) {
+    const std::vector<std::string> unstated = {"-flvflags", "no_duration_filesize"};
+    const std::vector<std::vector<std::string>> codecs = {{"-c:v", "libx264", "-bf", "0"},
+                                                          {"-c:v", "libx264", "-bf", "3"},
+                                                          {"-c:v", "flv"},
+                                                          // More than the end that is looked at.
+                                                          {"-vf", "noise=c0s=20:c0f=t", "-c:v",
+                                                           "libx264", "-preset", "ultrafast", "-qp",
+                                                           "0", "-bf", "2"}};
+    for (std::vector<std::string> arguments : codecs) {
+        const bool isLarge = arguments[0] == "-vf";
+        arguments.insert(arguments.end(), unstated.begin(), unstated.end());
+        const auto asset =
+            make("a.flv", 50, "25:1", arguments, isLarge ? 640 : 160, isLarge ? 384 : 96);
+        if (isLarge) {
+            ASSERT_GT(std::filesystem::file_size(folder_.file("a.flv")), 5U << 20);
+        }
+        EXPECT_EQ(asset->duration(), MediaTime::make(2, 1)) << arguments[1];
+        const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy,
+                                          MediaTimeRange{MediaTime::zero(), asset->duration()});
+        EXPECT_EQ(movie.frames.size(), 50U) << arguments[1];
+        EXPECT_EQ(movie.frames.back().number, 49) << arguments[1];
+        EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
+    }
+}
+
+TEST_F(Tracks, areWholeInAnFlvWithSoundWithoutADuration) {
+    const auto asset = makeWithSound("a.flv", {"-c:v", "libx264", "-bf", "2", "-c:a", "aac",
+                                               "-flvflags", "no_duration_filesize"});
+    const ReadMovie movie =
+        readMovie(*asset, PixelLayout::k2vuy, MediaTimeRange{MediaTime::zero(), asset->duration()});
+    EXPECT_EQ(movie.frames.size(), 50U);
+    EXPECT_EQ(movie.status, AssetReader::Status::kCompleted) << test::words(movie.error);
 }
 
 TEST_F(Tracks, ofManyReadersAreReadAtOnce) {
