@@ -2,6 +2,7 @@
 
 #include "base/systemLog.h"
 #include "oxbow/DemoMovie.h"
+#include "oxbow/Diagnostics.h"
 #include "support/FWLocalPaths.h"
 
 #include <fmt/format.h>
@@ -86,9 +87,7 @@ ExitStatus runDemoCommand(const DemoRequest& request, const ScanServices& servic
         found.push_back({fault.kind, fault.frame, fault.message});
     };
     if (request.isVerbose) {
-        observer.diagnostics = [](std::string_view text) {
-            Output(STDERR_FILENO).write(text);
-        };
+        observer.diagnostics = diagnosticsWriter(STDERR_FILENO);
     }
     const ScanResult result = performScan(demoSettings(movie), services, observer);
     if (result.error) {

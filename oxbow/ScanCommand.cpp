@@ -1,6 +1,7 @@
 #include "oxbow/ScanCommand.h"
 
 #include "base/systemLog.h"
+#include "oxbow/Diagnostics.h"
 #include "oxbow/JsonReport.h"
 #include "oxbow/Progress.h"
 #include "oxbow/TextReport.h"
@@ -26,9 +27,9 @@ public:
             };
         }
         if (isVerbose_) {
-            observer.diagnostics = [this](std::string_view text) {
+            observer.diagnostics = [this, write = diagnosticsWriter(STDERR_FILENO)](auto text) {
                 progress_.clear();
-                Output(STDERR_FILENO).write(text);
+                write(text);
             };
         }
     }

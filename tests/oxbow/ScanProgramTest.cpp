@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -181,6 +182,34 @@ TEST_F(ScanProgram, TheScannersWordsAreShownOnlyWhenAskedFor) {
     const Finished scan = house_.run({"scan", "--verbose", house_.movie()});
     EXPECT_EQ(scan.error, "a word\nthe last word\n");
     EXPECT_EQ(scan.status, 0);
+}
+
+TEST_F(ScanProgram, GoesOnWhenNobodyReadsTheScannersWords) {
+    std::array<int, 2> ends = {-1, -1};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    FileDescriptor(ends[0]).reset();
+    const FileDescriptor broken(ends[1]);
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    house_.setScript("say a word\nframes 0 3\nflood 3000000\n"
+                     "fault 3 Whites too high - 255 (40, 0.10%)\nfinish");
+    for (const int error : {broken.get(), full.get()}) {
+        const Finished document =
+            house_.start({"scan", "--json", "--verbose", house_.movie()}, {-1, error})->wait();
+        EXPECT_EQ(document.status, 1);
+        EXPECT_EQ(json::parse(document.output)["frames"]["reported"], 4);
+        const Finished text =
+            house_.start({"scan", "--verbose", house_.movie()}, {-1, error})->wait();
+        EXPECT_EQ(text.status, 1);
+        EXPECT_THAT(text.output, HasSubstr("\nVerdict: faults\n"));
+    }
+}
+
+TEST_F(ScanProgram, TheDemonstrationGoesOnWhenNobodyReadsTheScannersWords) {
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    house_.setScript("say a word\nframes 0 100\nfinish");
+    const Finished demo = house_.start({"demo", "--verbose"}, {-1, full.get()})->wait();
+    EXPECT_EQ(demo.status, 1);
+    EXPECT_THAT(demo.output, HasSubstr("What was found is not what the movie has.\n"));
 }
 
 TEST_F(ScanProgram, AFloodOnTheScannersStandardErrorHoldsNobody) {
