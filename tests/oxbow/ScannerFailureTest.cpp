@@ -1,5 +1,8 @@
+#include "platform/FileDescriptor.h"
 #include "tests/oxbow/OxbowProcess.h"
+#include "tests/support/LeasedFile.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -111,6 +114,61 @@ TEST_P(Interruption, StopsTheScannerAndStillPrintsWhatWasFound) {
 }
 
 INSTANTIATE_TEST_SUITE_P(BySignal, Interruption, testing::Values(SIGINT, SIGTERM, SIGHUP));
+
+/// A lease on a file: whoever opens the file waits until the lease is given up.
+class OpeningHeldUp {
+public:
+    explicit OpeningHeldUp(const std::string& path)
+        : file_(::open(path.c_str(), O_RDWR | O_CLOEXEC)),
+          isHeld_(::fcntl(file_.get(), F_SETLEASE, F_WRLCK) == 0) {}
+    ~OpeningHeldUp() {
+        end();
+        ::signal(SIGIO, before_);
+    }
+    OpeningHeldUp(const OpeningHeldUp&) = delete;
+    OpeningHeldUp& operator=(const OpeningHeldUp&) = delete;
+
+    bool isHeld() const { return isHeld_; }
+    bool isWaitedFor() const { return ::fcntl(file_.get(), F_GETLEASE) != F_WRLCK; }
+    void end() const { ::fcntl(file_.get(), F_SETLEASE, F_UNLCK); }
+
+private:
+    /// It tells the holder that somebody waits.
+    sighandler_t before_ = ::signal(SIGIO, SIG_IGN);
+    FileDescriptor file_;
+    bool isHeld_;
+};
+
+class EarlyInterruption : public ScannerFailure, public testing::WithParamInterface<int> {
+protected:
+    Finished interruptedWhileOpening(const std::vector<std::string>& arguments) {
+        const OpeningHeldUp opening(house_.movie());
+        const auto oxbow = house_.start(arguments);
+        EXPECT_TRUE(comesTrue([&] { return opening.isWaitedFor(); }));
+        oxbow->signal(GetParam());
+        opening.end();
+        return oxbow->wait();
+    }
+};
+
+TEST_P(EarlyInterruption, WhileTheMovieIsOpenedIsAnInterruptedScanWithoutAScanner) {
+    if (!OpeningHeldUp(house_.movie()).isHeld()) {
+        GTEST_SKIP() << kNoLeases;
+    }
+    const Finished text = interruptedWhileOpening({"scan", house_.movie()});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_THAT(text.output, testing::StartsWith("Frames: 0 reported"));
+    EXPECT_THAT(text.output, HasSubstr("Verdict: incomplete\nReason: The scan was interrupted.\n"));
+    const Finished scan = interruptedWhileOpening({"scan", "--json", house_.movie()});
+    EXPECT_EQ(scan.status, 2);
+    const json document = json::parse(scan.output);
+    EXPECT_EQ(document["complete"], false);
+    EXPECT_EQ(document["verdict"], "incomplete");
+    EXPECT_EQ(document["error"]["description"], "The scan was interrupted.");
+    EXPECT_EQ(house_.scannerProcessId(), 0) << "it was not started";
+}
+
+INSTANTIATE_TEST_SUITE_P(BySignal, EarlyInterruption, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 TEST_F(ScannerFailure, ControlCReachesBothAndIsAnInterruptionAllTheSame) {
     house_.setScript("fault 0 Blacks too low - 3 (12, 0.10%)\nsleep");
