@@ -3,6 +3,7 @@
 #include "base/systemLog.h"
 #include "oxbow/DemoMovie.h"
 #include "oxbow/Diagnostics.h"
+#include "oxbow/SignalWatch.h"
 #include "support/FWLocalPaths.h"
 
 #include <fmt/format.h>
@@ -77,6 +78,8 @@ std::vector<KnownFault> inOrder(std::vector<KnownFault> faults) {
 
 ExitStatus runDemoCommand(const DemoRequest& request, const ScanServices& services,
                           const Output& output) {
+    // Until the folder is gone. What comes while the movie is written, the scan finds and ends by.
+    const SignalWatch signals;
     const TemporaryFolder folder;
     const std::string movie = folder.file("demo.y4m");
     writeDemoMovie(movie);
