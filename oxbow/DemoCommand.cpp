@@ -3,6 +3,7 @@
 #include "base/systemLog.h"
 #include "oxbow/DemoMovie.h"
 #include "oxbow/Diagnostics.h"
+#include "oxbow/ErrorLine.h"
 #include "oxbow/SignalWatch.h"
 #include "support/FWLocalPaths.h"
 
@@ -94,7 +95,7 @@ ExitStatus runDemoCommand(const DemoRequest& request, const ScanServices& servic
     }
     const ScanResult result = performScan(demoSettings(movie), services, observer);
     if (result.error) {
-        systemLog(result.error->description);
+        systemLog(errorLine(result.error->description));
         return result.status;
     }
     found = inOrder(found);

@@ -1,5 +1,6 @@
 #include "platform/FileDescriptor.h"
 #include "tests/oxbow/OxbowProcess.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/plainCrashes.h"
 
 #include <fcntl.h>
@@ -129,6 +130,20 @@ TEST_F(ScanProgram, WhatCannotBeOpenedEndsWithThree) {
     const json document = json::parse(scan.output);
     EXPECT_EQ(document["verdict"], "incomplete");
     EXPECT_FALSE(document["error"]["description"].get<std::string>().empty());
+}
+
+TEST_F(ScanProgram, NoErrorLineGivesTheTerminalOrders) {
+    const std::string name = "no\nsuch\x1B[31m";
+    const std::string shown = "no\\x0Asuch\\x1B[31m";
+    EXPECT_EQ(house_.run({"scan", house_.file(name)}).error,
+              "oxbow: " + house_.file(shown) + ": No such file or directory\n");
+    const std::string text = house_.run({"scan", house_.movie(), "--start", name}).error;
+    EXPECT_THAT(text, testing::AllOf(testing::StartsWith("oxbow: "), HasSubstr(shown)));
+    EXPECT_THAT(text, HasSubstr("\nRun oxbow --help"));
+    const Finished document = house_.run({"scan", "--json", house_.file(name)});
+    EXPECT_EQ(json::parse(document.output)["movie"], house_.file(name)) << "the name itself";
+    const ScopedEnvironment environment("TMPDIR", house_.file(name));
+    EXPECT_THAT(house_.run({"demo"}).error, HasSubstr(house_.file(shown)));
 }
 
 TEST_F(ScanProgram, WrongArgumentsEndWith64AndOneClearSentence) {
