@@ -3,6 +3,7 @@
 #include "base/systemLog.h"
 #include "oxbow/CommandLine.h"
 #include "oxbow/DemoCommand.h"
+#include "oxbow/ErrorLine.h"
 #include "oxbow/Output.h"
 #include "oxbow/ScanCommand.h"
 #include "oxbow/ScannerLocation.h"
@@ -63,7 +64,7 @@ ExitStatus runOxbow(const std::vector<std::string>& arguments, const AssetOpener
     try {
         return answer(parsedCommandLine(arguments), {openAsset, scannerPath});
     } catch (const std::exception& error) {
-        systemLog(error.what());
+        systemLog(errorLine(error.what()));
         return ExitStatus::kInternal;
     }
 }

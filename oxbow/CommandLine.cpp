@@ -1,6 +1,7 @@
 #include "oxbow/CommandLine.h"
 
 #include "base/Version.h"
+#include "oxbow/ErrorLine.h"
 #include "oxbow/NumberText.h"
 
 #include <CLI/CLI.hpp>
@@ -142,8 +143,8 @@ Advice adviceFor(const CLI::App& app, const CLI::ParseError& error) {
         return {ExitStatus::kNoFaults, capturedExit(app, error)};
     }
     return {ExitStatus::kUsage,
-            fmt::format("oxbow: {}{}\nRun oxbow --help, or oxbow scan --help.\n", error.what(),
-                        hintFor(error))};
+            fmt::format("oxbow: {}{}\nRun oxbow --help, or oxbow scan --help.\n",
+                        errorLine(error.what()), hintFor(error))};
 }
 
 } // namespace

@@ -2,6 +2,9 @@
 
 #include "base/systemLog.h"
 #include "oxbow/DemoMovie.h"
+#include "oxbow/Diagnostics.h"
+#include "oxbow/ErrorLine.h"
+#include "oxbow/SignalWatch.h"
 #include "support/FWLocalPaths.h"
 
 #include <fmt/format.h>
@@ -76,6 +79,8 @@ std::vector<KnownFault> inOrder(std::vector<KnownFault> faults) {
 
 ExitStatus runDemoCommand(const DemoRequest& request, const ScanServices& services,
                           const Output& output) {
+    // Until the folder is gone. What comes while the movie is written, the scan finds and ends by.
+    const SignalWatch signals;
     const TemporaryFolder folder;
     const std::string movie = folder.file("demo.y4m");
     writeDemoMovie(movie);
@@ -86,13 +91,11 @@ ExitStatus runDemoCommand(const DemoRequest& request, const ScanServices& servic
         found.push_back({fault.kind, fault.frame, fault.message});
     };
     if (request.isVerbose) {
-        observer.diagnostics = [](std::string_view text) {
-            Output(STDERR_FILENO).write(text);
-        };
+        observer.diagnostics = diagnosticsWriter(STDERR_FILENO);
     }
     const ScanResult result = performScan(demoSettings(movie), services, observer);
     if (result.error) {
-        systemLog(result.error->description);
+        systemLog(errorLine(result.error->description));
         return result.status;
     }
     found = inOrder(found);

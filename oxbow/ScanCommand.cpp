@@ -1,6 +1,8 @@
 #include "oxbow/ScanCommand.h"
 
 #include "base/systemLog.h"
+#include "oxbow/Diagnostics.h"
+#include "oxbow/ErrorLine.h"
 #include "oxbow/JsonReport.h"
 #include "oxbow/Progress.h"
 #include "oxbow/TextReport.h"
@@ -26,9 +28,9 @@ public:
             };
         }
         if (isVerbose_) {
-            observer.diagnostics = [this](std::string_view text) {
+            observer.diagnostics = [this, write = diagnosticsWriter(STDERR_FILENO)](auto text) {
                 progress_.clear();
-                Output(STDERR_FILENO).write(text);
+                write(text);
             };
         }
     }
@@ -55,7 +57,7 @@ bool wasScanned(const ScanResult& result) {
 /// On standard error, for what is not the result of a scan.
 void complain(const std::string& movie, const ScanResult& result) {
     const bool isAboutMovie = result.status == ExitStatus::kNotOpened;
-    systemLog((isAboutMovie ? movie + ": " : "") + result.error->description);
+    systemLog(errorLine((isAboutMovie ? movie + ": " : "") + result.error->description));
 }
 
 ExitStatus scanToText(const ScanRequest& request, const ScanServices& services,

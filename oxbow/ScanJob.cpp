@@ -15,6 +15,10 @@ Error ownError(ExitStatus status, std::string description) {
     return {kDomain, static_cast<std::int64_t>(status), std::move(description)};
 }
 
+Error interruption() {
+    return ownError(ExitStatus::kIncomplete, "The scan was interrupted.");
+}
+
 ScanResult failedScan(ExitStatus status, const Error& error) {
     ScanResult result;
     result.status = status;
@@ -38,7 +42,7 @@ std::optional<Error> incompleteness(const ScannerRunOutcome& outcome, const Scan
         return std::nullopt;
     }
     if (outcome.interruption) {
-        return ownError(ExitStatus::kIncomplete, "The scan was interrupted.");
+        return interruption();
     }
     if (outcome.failure) {
         return outcome.failure;
@@ -94,14 +98,20 @@ ScannerRunEvents eventsFor(ScanResult& result, const ScanObserver& observer) {
     return events;
 }
 
-ScanResult runPlan(const ScanPlan& plan, const std::string& scanner, const ScanObserver& observer) {
+ScanResult runPlan(const ScanPlan& plan, const std::string& scanner, const ScanObserver& observer,
+                   SignalWatch& signals) {
     ScanResult result;
     result.plan = plan;
     result.tally = ScanTally(plan.range.startFrame, plan.expectedFrames);
+    if (signals.take() != 0) {
+        // It came while the movie was opened: the scanner need not start.
+        result.status = ExitStatus::kIncomplete;
+        result.error = interruption();
+        return result;
+    }
     ScannerRunOptions options;
     options.scanner = scanner;
     options.arguments = scannerArguments(plan);
-    SignalWatch signals;
     const auto outcome = runScanner(options, eventsFor(result, observer), signals);
     if (outcome) {
         judge(result, outcome.value());
@@ -115,6 +125,7 @@ ScanResult runPlan(const ScanPlan& plan, const std::string& scanner, const ScanO
 
 ScanResult performScan(const ScanSettings& settings, const ScanServices& services,
                        const ScanObserver& observer) {
+    SignalWatch signals;
     const std::shared_ptr<const Asset> asset = services.openAsset(settings.movie);
     if (!asset->isPlayable() || !asset->isReadable()) {
         return failedScan(ExitStatus::kNotOpened,
@@ -132,7 +143,7 @@ ScanResult performScan(const ScanSettings& settings, const ScanServices& service
                                    "The scanner OxbowGlint is neither beside this program nor "
                                    "where it is installed."));
     }
-    return runPlan(plan.value(), *scanner, observer);
+    return runPlan(plan.value(), *scanner, observer, signals);
 }
 
 } // namespace fw

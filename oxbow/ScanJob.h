@@ -41,7 +41,7 @@ struct ScanResult {
 };
 
 /// Opens the movie, runs the scanner over it, and judges what came. Ctrl-C ends the scan, not the
-/// program.
+/// program; while the movie is being opened, as soon as that is done.
 ScanResult performScan(const ScanSettings& settings, const ScanServices& services,
                        const ScanObserver& observer);
 

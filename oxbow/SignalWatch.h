@@ -8,7 +8,8 @@ namespace fw {
 
 /// While it lives, the signals that ask the program to end (SIGINT, SIGTERM, SIGHUP) can be read
 /// from a descriptor instead of ending it. Those that were ignored from the start stay so. Make it
-/// on the only thread, before others start.
+/// on the only thread, before others start. One may live within another: the inner one takes what
+/// has come before it, too.
 class SignalWatch {
 public:
     SignalWatch();

@@ -1,5 +1,6 @@
 #include "platform/FileDescriptor.h"
 #include "tests/oxbow/OxbowProcess.h"
+#include "tests/support/ScopedEnvironment.h"
 #include "tests/support/plainCrashes.h"
 
 #include <fcntl.h>
@@ -11,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -130,6 +132,20 @@ TEST_F(ScanProgram, WhatCannotBeOpenedEndsWithThree) {
     EXPECT_FALSE(document["error"]["description"].get<std::string>().empty());
 }
 
+TEST_F(ScanProgram, NoErrorLineGivesTheTerminalOrders) {
+    const std::string name = "no\nsuch\x1B[31m";
+    const std::string shown = "no\\x0Asuch\\x1B[31m";
+    EXPECT_EQ(house_.run({"scan", house_.file(name)}).error,
+              "oxbow: " + house_.file(shown) + ": No such file or directory\n");
+    const std::string text = house_.run({"scan", house_.movie(), "--start", name}).error;
+    EXPECT_THAT(text, testing::AllOf(testing::StartsWith("oxbow: "), HasSubstr(shown)));
+    EXPECT_THAT(text, HasSubstr("\nRun oxbow --help"));
+    const Finished document = house_.run({"scan", "--json", house_.file(name)});
+    EXPECT_EQ(json::parse(document.output)["movie"], house_.file(name)) << "the name itself";
+    const ScopedEnvironment environment("TMPDIR", house_.file(name));
+    EXPECT_THAT(house_.run({"demo"}).error, HasSubstr(house_.file(shown)));
+}
+
 TEST_F(ScanProgram, WrongArgumentsEndWith64AndOneClearSentence) {
     const std::string movie = house_.movie();
     for (const std::vector<std::string>& arguments :
@@ -181,6 +197,34 @@ TEST_F(ScanProgram, TheScannersWordsAreShownOnlyWhenAskedFor) {
     const Finished scan = house_.run({"scan", "--verbose", house_.movie()});
     EXPECT_EQ(scan.error, "a word\nthe last word\n");
     EXPECT_EQ(scan.status, 0);
+}
+
+TEST_F(ScanProgram, GoesOnWhenNobodyReadsTheScannersWords) {
+    std::array<int, 2> ends = {-1, -1};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    FileDescriptor(ends[0]).reset();
+    const FileDescriptor broken(ends[1]);
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    house_.setScript("say a word\nframes 0 3\nflood 3000000\n"
+                     "fault 3 Whites too high - 255 (40, 0.10%)\nfinish");
+    for (const int error : {broken.get(), full.get()}) {
+        const Finished document =
+            house_.start({"scan", "--json", "--verbose", house_.movie()}, {-1, error})->wait();
+        EXPECT_EQ(document.status, 1);
+        EXPECT_EQ(json::parse(document.output)["frames"]["reported"], 4);
+        const Finished text =
+            house_.start({"scan", "--verbose", house_.movie()}, {-1, error})->wait();
+        EXPECT_EQ(text.status, 1);
+        EXPECT_THAT(text.output, HasSubstr("\nVerdict: faults\n"));
+    }
+}
+
+TEST_F(ScanProgram, TheDemonstrationGoesOnWhenNobodyReadsTheScannersWords) {
+    const FileDescriptor full(::open("/dev/full", O_WRONLY | O_CLOEXEC));
+    house_.setScript("say a word\nframes 0 100\nfinish");
+    const Finished demo = house_.start({"demo", "--verbose"}, {-1, full.get()})->wait();
+    EXPECT_EQ(demo.status, 1);
+    EXPECT_THAT(demo.output, HasSubstr("What was found is not what the movie has.\n"));
 }
 
 TEST_F(ScanProgram, AFloodOnTheScannersStandardErrorHoldsNobody) {
