@@ -1,5 +1,6 @@
 #include "platform/libav/MovieEnd.h"
 
+#include "base/numbers.h"
 #include "platform/libav/Container.h"
 #include "platform/libav/StreamTiming.h"
 
@@ -27,21 +28,25 @@ bool isGuess(const AVFormatContext& format) {
 /// What the packets of one stream say about its end.
 class StreamEnd {
 public:
-    StreamEnd(const AVFormatContext& format, const AVStream& stream)
-        : timing_(format, stream),
-          reorderedTicks_(std::max(stream.codecpar->video_delay, 0) * timing_.frameTicks()) {}
+    StreamEnd(const AVFormatContext& format, const AVStream& stream) : timing_(format, stream) {
+        const std::int64_t frames = std::max(stream.codecpar->video_delay, 0);
+        for (std::int64_t i = 0; i < frames; ++i) {
+            reorderedTicks_ = saturatingAdd(reorderedTicks_, timing_.frameTicks());
+        }
+    }
 
     void take(const AVPacket& packet) {
         const std::int64_t length = std::max(packet.duration, timing_.frameTicks());
-        bound_ += length;
+        bound_ = saturatingAdd(bound_, length);
         if (packet.pts == AV_NOPTS_VALUE) {
             areAllTimed_ = false;
             return;
         }
-        latest_ = std::max(latest_.value_or(packet.pts), packet.pts + length);
+        const std::int64_t end = saturatingAdd(packet.pts, length);
+        latest_ = std::max(latest_.value_or(packet.pts), end);
         // Every packet from here on lies at most its own length further on; and a frame that was
         // coded earlier may be shown later.
-        const std::int64_t bound = packet.pts + length + reorderedTicks_;
+        const std::int64_t bound = saturatingAdd(end, reorderedTicks_);
         bound_ = hasBound_ ? std::min(bound_, bound) : bound;
         hasBound_ = true;
     }
@@ -58,7 +63,7 @@ public:
 
 private:
     StreamTiming timing_;
-    std::int64_t reorderedTicks_;
+    std::int64_t reorderedTicks_ = 0;
     std::optional<std::int64_t> latest_;
     std::int64_t bound_ = 0;
     bool hasBound_ = false;
@@ -146,7 +151,7 @@ MediaTime endOfIndex(const AVFormatContext& format, const AVStream& stream) {
     for (int i = avformat_index_get_entries_count(&stream) - 1; i >= 0; --i) {
         const auto* entry = avformat_index_get_entry(const_cast<AVStream*>(&stream), i);
         if ((entry->flags & AVINDEX_DISCARD_FRAME) == 0) {
-            return timing.timeAt(entry->timestamp + timing.frameTicks());
+            return timing.timeAt(saturatingAdd(entry->timestamp, timing.frameTicks()));
         }
     }
     return MediaTime::zero();

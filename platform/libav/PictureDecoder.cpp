@@ -158,7 +158,8 @@ void PictureDecoder::drain(int readResult) {
 double PictureDecoder::missingSeconds() const {
     constexpr double kTolerance = 0.5; // And never less than two frames.
     const auto stated = statedEnd(*format_, *stream_);
-    const double frame = timing_.timeAt(timing_.firstTimestamp() + timing_.frameTicks()).seconds();
+    const double frame =
+        timing_.timeAt(saturatingAdd(timing_.firstTimestamp(), timing_.frameTicks())).seconds();
     const double missing = stated ? stated->seconds() - reached_.seconds() : 0;
     return missing > kTolerance && missing > 2 * frame ? missing : 0;
 }
@@ -170,10 +171,11 @@ bool PictureDecoder::jumpOverDamage() {
     if (missingSeconds() == 0 || !lastTimestamp_ || jumpFrames_ > kMostJumpFrames) {
         return false;
     }
-    const std::int64_t target = *lastTimestamp_ + jumpFrames_ * timing_.frameTicks();
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    const std::int64_t frame = std::min(timing_.frameTicks(), kMost / jumpFrames_);
+    const std::int64_t target = saturatingAdd(*lastTimestamp_, jumpFrames_ * frame);
     jumpFrames_ *= 2;
-    if (avformat_seek_file(format_.get(), stream_->index, target, target,
-                           std::numeric_limits<std::int64_t>::max(), 0) < 0) {
+    if (avformat_seek_file(format_.get(), stream_->index, target, target, kMost, 0) < 0) {
         return false;
     }
     avcodec_flush_buffers(codec_.get());
@@ -270,7 +272,7 @@ std::optional<std::int64_t> PictureDecoder::timestampOf(const AVFrame& frame) co
         return frame.best_effort_timestamp;
     }
     if (lastTimestamp_) {
-        return *lastTimestamp_ + timing_.frameTicks();
+        return saturatingAdd(*lastTimestamp_, timing_.frameTicks());
     }
     return hasSought_ ? std::nullopt : std::optional(timing_.firstTimestamp());
 }

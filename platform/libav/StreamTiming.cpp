@@ -132,11 +132,15 @@ std::optional<MediaTime> statedEnd(const AVFormatContext& format, const AVStream
     if (stream.duration != AV_NOPTS_VALUE && stream.duration > 0) {
         std::int64_t end = stream.duration;
         if (isContainer(format, "mov") && stream.start_time != AV_NOPTS_VALUE) {
-            end += std::max<std::int64_t>(stream.start_time, 0);
+            end = saturatingAdd(end, std::max<std::int64_t>(stream.start_time, 0));
         } else if (stream.start_time != AV_NOPTS_VALUE) {
-            end += std::max<std::int64_t>(stream.start_time - startOffset(format, stream), 0);
+            const std::int64_t start =
+                saturatingSubtract(stream.start_time, startOffset(format, stream));
+            end = saturatingAdd(end, std::max<std::int64_t>(start, 0));
         }
-        return MediaTime::make(end * stream.time_base.num, stream.time_base.den);
+        // A damaged header can state any length.
+        const std::int64_t most = std::numeric_limits<std::int64_t>::max() / stream.time_base.num;
+        return MediaTime::make(std::min(end, most) * stream.time_base.num, stream.time_base.den);
     }
     return durationTag(stream);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/numbers.h"
 #include "media/MediaTime.h"
 #include "media/Track.h"
 #include "platform/libav/FrameGrid.h"
@@ -17,7 +18,9 @@ public:
     /// Unknown for a stream without pictures.
     const FrameRate& rate() const { return rate_; }
     /// A timestamp of the stream as time since the start of the presentation.
-    MediaTime timeAt(std::int64_t timestamp) const { return grid_.timeAt(timestamp - offset_); }
+    MediaTime timeAt(std::int64_t timestamp) const {
+        return grid_.timeAt(saturatingSubtract(timestamp, offset_));
+    }
     /// The timestamp at which the presentation starts.
     std::int64_t firstTimestamp() const { return offset_; }
     /// The timestamp of a time, rounded down; held at the ends of the range.

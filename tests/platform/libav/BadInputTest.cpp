@@ -306,6 +306,32 @@ TEST_F(BadInput, withoutItsIndexIsNoMovie) {
     expectNoMovie(write("b.mp4", whole.substr(0, whole.size() / 2)), MediaErrorCode::kNotAMovie);
 }
 
+TEST_F(BadInput, thatStatesAnAbsurdLengthStillGivesItsFrames) {
+    makeNumberedMovie(path("a.flv"), 10, "25:1", {"-c:v", "flv"});
+    makeNumberedMovie(path("a.mkv"), 10, "25:1", {"-c:v", "mjpeg"});
+    struct Statement {
+        std::string name;
+        std::string before;  ///< The bytes before the length, a double.
+        std::string longest; ///< The top of the largest power of two that a clock can hold.
+    };
+    const std::vector<Statement> statements = {
+        {"a.flv", std::string("duration\0", 9), std::string("\x42\xA0")}, // 2^43 seconds
+        {"a.mkv", "\x44\x89\x88", std::string("\x43\x40")}};              // 2^53 milliseconds
+    for (const auto& [name, before, longest] : statements) {
+        const std::string whole = bytesOf(name);
+        const std::size_t place = whole.find(before);
+        ASSERT_NE(place, std::string::npos) << name;
+        for (const std::string& top : {longest, std::string("\x45\xF0")}) { // The other is 2^96.
+            std::string bytes = whole;
+            bytes.replace(place + before.size(), 8, top + std::string(6, '\0'));
+            const auto asset = openLibavAsset(write("absurd." + name, bytes));
+            const ReadMovie movie = readMovie(*asset, PixelLayout::k2vuy);
+            EXPECT_EQ(movie.frames.size(), 10U) << name;
+            EXPECT_NE(movie.status, AssetReader::Status::kReading) << name;
+        }
+    }
+}
+
 TEST_F(BadInput, withFramesBeyondItsEndSaysHowMany) {
     makeNumberedMovie(path("a.mkv"), 10, "25:1", {"-c:v", "mjpeg"});
     const Track track = *openLibavAsset(path("a.mkv"))->firstTrack(MediaType::kVideo);

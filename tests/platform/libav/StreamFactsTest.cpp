@@ -55,6 +55,29 @@ TEST_F(OneStream, HoldsTimestampsOfTimesBeyondItsClock) {
               std::numeric_limits<std::int64_t>::max());
 }
 
+TEST_F(OneStream, HoldsAnAbsurdStatedEnd) {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+    stream_->duration = 1500;
+    EXPECT_EQ(statedEnd(*format_, *stream_), MediaTime::make(1500, 1000));
+    stream_->duration = kMost;
+    EXPECT_EQ(statedEnd(*format_, *stream_), MediaTime::make(kMost, 1000));
+    stream_->start_time = 5;
+    EXPECT_EQ(statedEnd(*format_, *stream_), MediaTime::make(kMost, 1000));
+    stream_->time_base = {1001, 30000};
+    EXPECT_EQ(statedEnd(*format_, *stream_), MediaTime::make(kMost / 1001 * 1001, 30000));
+    format_->iformat = av_find_input_format("mov");
+    EXPECT_EQ(statedEnd(*format_, *stream_), MediaTime::make(kMost / 1001 * 1001, 30000));
+}
+
+TEST_F(OneStream, HoldsTimesBeforeItsClock) {
+    format_->start_time = AV_TIME_BASE;
+    stream_->start_time = 1000;
+    const StreamTiming timing(*format_, *stream_);
+    EXPECT_EQ(timing.timeAt(1500), MediaTime::make(500, 1000));
+    constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
+    EXPECT_EQ(timing.timeAt(kLeast + 1), MediaTime::make(kLeast, 1000));
+}
+
 TEST_F(OneStream, WithoutARateHasFramesOfOneTick) {
     const StreamTiming timing(*format_, *stream_);
     EXPECT_FALSE(timing.rate().isKnown());
