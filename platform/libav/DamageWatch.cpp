@@ -5,7 +5,7 @@ extern "C" {
 }
 
 #include <mutex>
-#include <string_view>
+#include <utility>
 
 namespace fw::libav {
 namespace {
@@ -15,10 +15,16 @@ bool hidesDamage(AVCodecID codec) {
            codec == AV_CODEC_ID_JPEG2000 || codec == AV_CODEC_ID_FLAC;
 }
 
+/// The decoders that build pictures of macroblocks say this of bitstreams that do not decode and of
+/// what they then fill in.
+bool tellsOfLostMacroblocks(std::string_view message) {
+    return message.starts_with("concealing ") || message.starts_with("error while decoding MB ");
+}
+
 /// Only Matroska's demuxer says this. Where no length is stated nothing else tells a file that was
 /// cut off from a whole one.
-bool tellsOfACut(const char* message) {
-    return std::string_view(message).starts_with("File ended prematurely");
+bool tellsOfACut(std::string_view message) {
+    return message.starts_with("File ended prematurely");
 }
 
 /// What `opaque` of a container points to when its file was cut off: the mark lives as long as the
@@ -28,9 +34,24 @@ char markOfACut;
 } // namespace
 
 DamageWatch::DamageWatch(AVCodecContext& codec) {
-    if (hidesDamage(codec.codec_id)) {
-        codec.opaque = this; // libavcodec hands it on to the contexts of its threads.
-    }
+    codec.opaque = this; // libavcodec hands it on to the contexts of its threads.
+}
+
+/// The number goes with the packet to the thread that decodes it, and to its frame.
+void DamageWatch::packet(AVCodecContext& codec) {
+    codec.reordered_opaque = ++packets_;
+}
+
+bool DamageWatch::takeDamageOf(const AVFrame& frame) {
+    const std::lock_guard lock(mutex_);
+    const bool isOfItsPacket = damagedPackets_.erase(frame.reordered_opaque) > 0;
+    return damage_.exchange(false) || isOfItsPacket;
+}
+
+bool DamageWatch::takeDamage() {
+    const std::lock_guard lock(mutex_);
+    const bool isOfPackets = !std::exchange(damagedPackets_, {}).empty();
+    return damage_.exchange(false) || isOfPackets;
 }
 
 void DamageWatch::installLogReceiver() {
@@ -43,7 +64,7 @@ bool DamageWatch::isCutOff(const AVFormatContext& format) {
 }
 
 void DamageWatch::receive(void* sender, int level, const char* message, va_list) {
-    if (sender == nullptr || level > AV_LOG_ERROR) {
+    if (sender == nullptr || level > AV_LOG_INFO) {
         return;
     }
     const AVClass* const kind = *static_cast<const AVClass* const*>(sender);
@@ -53,8 +74,20 @@ void DamageWatch::receive(void* sender, int level, const char* message, va_list)
     if (kind != avcodec_get_class()) {
         return;
     }
-    if (auto* watch = static_cast<DamageWatch*>(static_cast<AVCodecContext*>(sender)->opaque)) {
-        watch->damage_ = true;
+    const auto& decoder = *static_cast<const AVCodecContext*>(sender);
+    if (auto* watch = static_cast<DamageWatch*>(decoder.opaque)) {
+        watch->hear(decoder, level, message);
+    }
+}
+
+void DamageWatch::hear(const AVCodecContext& decoder, int level, std::string_view message) {
+    if (hidesDamage(decoder.codec_id)) {
+        if (level <= AV_LOG_ERROR) {
+            damage_ = true;
+        }
+    } else if (tellsOfLostMacroblocks(message)) {
+        const std::lock_guard lock(mutex_);
+        damagedPackets_.insert(decoder.reordered_opaque);
     }
 }
 

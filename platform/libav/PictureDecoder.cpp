@@ -66,6 +66,7 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     firstError_.reset();
     start_ = StartWatch(StartWatch::Begins::kAnywhere);
     lost_.clear();
+    damage_->takeDamage();
     framesSinceSeek_ = 0;
     lastTimestamp_.reset();
     reached_ = MediaTime::zero();
@@ -131,6 +132,7 @@ void PictureDecoder::send() {
     if (packet_->pts != AV_NOPTS_VALUE && start_.shouldDecode(packet_->pts)) {
         lost_.packet(*packet_);
     }
+    damage_->packet(*codec_);
     const int sent = avcodec_send_packet(codec_.get(), packet_.get());
     av_packet_unref(packet_.get());
     if (sent < 0 && sent != AVERROR_EOF) {
@@ -192,7 +194,7 @@ bool PictureDecoder::isRepeated(const AVFrame& frame) const {
 /// Movies that were cut off end like whole ones: only their own word tells them apart.
 void PictureDecoder::noteEnd() {
     hasEnded_ = true;
-    if (damage_->takeDamage()) {
+    if (damage_->takeDamage() && start_.isWhole()) { // Of pictures that never came out.
         noteDamage(AVERROR_INVALIDDATA);
     }
     if (framesSinceSeek_ == 0) {
@@ -243,7 +245,7 @@ bool PictureDecoder::ownsItsDamage(const std::optional<std::int64_t>& timestamp)
 
 PictureDecoder::Frame PictureDecoder::taken() {
     const auto timestamp = timestampOf(*frame_);
-    const bool isShownDamaged = damage_->takeDamage() || isDamaged(*frame_);
+    const bool isShownDamaged = damage_->takeDamageOf(*frame_) || isDamaged(*frame_);
     if (framesSinceSeek_ == 0 && timestamp) {
         noteIfAny(start_.damageBefore(*timestamp, timing_.frameTicks() / 2, missingPicture()));
     }

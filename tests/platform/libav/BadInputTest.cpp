@@ -434,6 +434,28 @@ TEST_F(BadInput, damagedLightlyInItsFirstPictureFails) {
     }
 }
 
+/// A decoder's other threads may give out a picture before the one that decodes it marks the
+/// damage.
+TEST_F(BadInput, damagedLightlyFailsWhereThreadsOvertakeEachOther) {
+    for (const auto& [name, codec] : {std::pair{"a.mov", "libx264"}, std::pair{"b.mkv", "libx264"},
+                                      std::pair{"c.mov", "mpeg4"}, std::pair{"d.avi", "mpeg4"}}) {
+        // A last picture is given out by the thread that is told of the end.
+        for (const int frames : {1, 5}) {
+            SCOPED_TRACE(name + std::to_string(frames));
+            makeNumberedMovie(path(name), frames, "25:1", {"-c:v", codec, "-bf", "2"}, 1280, 720);
+            const std::string damaged = path(std::string("damaged.") + name);
+            runFfmpeg({"-i", path(name), "-c", "copy", "-bsf:v",
+                       "noise=amount='100*eq(n," + std::to_string(frames - 1) + ")'", damaged});
+            for (int round = 0; round < 5; ++round) {
+                expectFailure(readMovie(*openLibavAsset(damaged, {4}), PixelLayout::k2vuy),
+                              MediaErrorCode::kDamagedPicture);
+            }
+            EXPECT_EQ(readMovie(*openLibavAsset(path(name), {4}), PixelLayout::k2vuy).status,
+                      AssetReader::Status::kCompleted);
+        }
+    }
+}
+
 /// Only the times of the pictures around it show that one is missing.
 TEST_F(BadInput, ofWhichADecoderLeavesOutAPictureSilentlyFails) {
     for (const auto& [name, codec] :
