@@ -124,7 +124,9 @@ void makeNumberedMovie(const std::string& path, int frames, const std::string& r
     writeY4m(source, width, height, frames, rate, drawFrameNumber);
     std::vector<std::string> arguments = {"-i", source};
     arguments.insert(arguments.end(), codecArguments.begin(), codecArguments.end());
-    arguments.push_back(path);
+    // What some encoders write depends on their threads, of which they take as many as there are
+    // processors.
+    arguments.insert(arguments.end(), {"-threads", "1", path});
     runFfmpeg(arguments);
 }
 

@@ -369,6 +369,7 @@ TEST_F(DittoTest, WhatCannotBeReadGivesNoArchive) {
     const std::string tool = path("ditto"); // Within everybody's reach.
     fs::copy_file(FW_TOOL_DITTO, tool);
     fs::permissions(folder_.path(), fs::perms(0777));
+    fs::permissions(path("in"), fs::perms(0755));
     for (const char* shut : {"in/a", "in/sub"}) {
         fs::permissions(path(shut), fs::perms(0));
         {

@@ -218,7 +218,8 @@ TEST_F(PublishWithTwoFolders, ALinkIsPassedOver) {
 }
 
 TEST_F(PublishWithTwoFolders, OneWhoseSocketFolderOthersMayEnterIsPassedOver) {
-    ASSERT_EQ(::mkdir((first_ + "/oxbow").c_str(), 0755), 0);
+    fs::create_directory(first_ + "/oxbow");
+    fs::permissions(first_ + "/oxbow", fs::perms(0755));
     expectSecondIsTaken();
 }
 

@@ -98,6 +98,7 @@ TEST_F(OpenFileTest, ALeaseDoesNotHinderTheImmutableFlag) {
         GTEST_SKIP() << kNoLeases;
     }
     fs::permissions(fs::path(path("a")).parent_path(), fs::perms(0755));
+    fs::permissions(path("a"), fs::perms(0644));
     std::optional<Error> failure;
     {
         const WithoutPrivileges user; // The flag is refused, but only once the file is open.
