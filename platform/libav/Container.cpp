@@ -48,6 +48,18 @@ std::optional<Error> whyNotReadable(const std::string& path) {
     return std::nullopt;
 }
 
+/// Whether a file that was refused is of a known kind that is not on the list.
+bool isOfOtherKind(const std::string& url) {
+    AVIOContext* io = nullptr;
+    if (avio_open(&io, url.c_str(), AVIO_FLAG_READ) < 0) {
+        return false;
+    }
+    const AVInputFormat* kind = nullptr;
+    av_probe_input_buffer2(io, &kind, url.c_str(), nullptr, 0, 0);
+    avio_closep(&io);
+    return kind != nullptr && av_match_list(kind->name, kContainers, ',') <= 0;
+}
+
 } // namespace
 
 Result<FormatHandle> openContainer(const std::string& path) {
@@ -59,10 +71,10 @@ Result<FormatHandle> openContainer(const std::string& path) {
     av_dict_set(&options, "format_whitelist", kContainers, 0);
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     AVFormatContext* raw = nullptr;
-    // The prefix keeps a path that looks like "http:..." a path.
-    const int opened = avformat_open_input(&raw, ("file:" + path).c_str(), nullptr, &options);
+    const std::string url = "file:" + path; // Also of a path that looks like "http:...".
+    const int opened = avformat_open_input(&raw, url.c_str(), nullptr, &options);
     av_dict_free(&options);
-    if (opened == AVERROR(EINVAL)) { // It is of a known kind that is not on the list.
+    if (opened == AVERROR(EINVAL) && isOfOtherKind(url)) {
         return mediaError(MediaErrorCode::kNotAMovie, "Files of this kind are not supported.");
     }
     if (opened < 0) {

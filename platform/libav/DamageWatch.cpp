@@ -63,7 +63,8 @@ bool DamageWatch::isCutOff(const AVFormatContext& format) {
     return format.opaque == &markOfACut;
 }
 
-void DamageWatch::receive(void* sender, int level, const char* message, va_list) {
+/// An exception could not pass through libav.
+void DamageWatch::receive(void* sender, int level, const char* message, va_list) noexcept {
     if (sender == nullptr || level > AV_LOG_INFO) {
         return;
     }

@@ -44,7 +44,7 @@ public:
     static void installLogReceiver();
 
 private:
-    static void receive(void* sender, int level, const char* format, va_list arguments);
+    static void receive(void* sender, int level, const char* format, va_list arguments) noexcept;
 
     void hear(const AVCodecContext& decoder, int level, std::string_view message);
 

@@ -112,10 +112,13 @@ bool endsInMidOggPage(AVIOContext& io) {
 } // namespace
 
 bool endsInMidData(const AVFormatContext& format) {
-    if (format.pb != nullptr && isContainer(format, "ogg")) {
+    if (format.pb == nullptr || avio_size(format.pb) <= 0) {
+        return false; // A device tells no size.
+    }
+    if (isContainer(format, "ogg")) {
         return endsInMidOggPage(*format.pb);
     }
-    for (unsigned i = 0; format.pb != nullptr && i < format.nb_streams; ++i) {
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
         const AVStream& stream = *format.streams[i];
         if (isMovingPicture(stream) && isContainer(format, "yuv4mpegpipe")) {
             return endsInMidY4mFrame(*format.pb, *stream.codecpar);

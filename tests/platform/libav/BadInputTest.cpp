@@ -108,6 +108,15 @@ TEST_F(BadInput, ofAKindThatIsNotReadIsNotCalledDamaged) {
     }
 }
 
+TEST_F(BadInput, ofAKindThatIsReadIsNotCalledAnotherKind) {
+    // Longer than the first line that is looked for.
+    const std::string header = "YUV4MPEG2 W16 H16 F25:1 C420 X" + std::string(200, 'x') + "\n";
+    expectNoMovie(write("long.y4m", header), MediaErrorCode::kNotAMovie);
+    EXPECT_EQ(openLibavAsset(path("long.y4m"))->error()->description,
+              "The file is not a movie that can be read, or its start is damaged (Invalid "
+              "argument).");
+}
+
 TEST_F(BadInput, thatOnlyRefersToAnotherFileGivesNothingOfIt) {
     // A path like an address stays a path.
     expectNoMovie("http://localhost/movie.mov", MediaErrorCode::kCannotOpen);
@@ -422,7 +431,7 @@ TEST_F(BadInput, damagedLightlyInItsFirstPictureFails) {
             SCOPED_TRACE(kind.name + std::to_string(frames));
             const std::string damaged = path(std::string("damaged.") + kind.name);
             makeNumberedMovie(path(kind.name), frames, "25:1", kind.codec, 320, 240);
-            runFfmpeg({"-i", path(kind.name), "-c", "copy", "-bsf:v", "noise=amount='30*lt(n,1)'",
+            runFfmpeg({"-i", path(kind.name), "-c", "copy", "-bsf:v", "noise=amount='10*lt(n,1)'",
                        damaged});
             EXPECT_EQ(readMovie(*openLibavAsset(path(kind.name)), PixelLayout::k2vuy).status,
                       AssetReader::Status::kCompleted);
@@ -445,7 +454,7 @@ TEST_F(BadInput, damagedLightlyFailsWhereThreadsOvertakeEachOther) {
             makeNumberedMovie(path(name), frames, "25:1", {"-c:v", codec, "-bf", "2"}, 1280, 720);
             const std::string damaged = path(std::string("damaged.") + name);
             runFfmpeg({"-i", path(name), "-c", "copy", "-bsf:v",
-                       "noise=amount='100*eq(n," + std::to_string(frames - 1) + ")'", damaged});
+                       "noise=amount='10*eq(n," + std::to_string(frames - 1) + ")'", damaged});
             for (int round = 0; round < 5; ++round) {
                 expectFailure(readMovie(*openLibavAsset(damaged, {4}), PixelLayout::k2vuy),
                               MediaErrorCode::kDamagedPicture);
