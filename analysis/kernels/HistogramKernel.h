@@ -38,4 +38,13 @@ HistogramSums sumVideoColor10(const std::uint8_t* base, std::uint64_t byteCount)
 /// Byte 1 of every 4 bytes is a grey; only red is summed.
 HistogramSums sumGrey(const std::uint8_t* base, std::uint64_t byteCount);
 
+/// The two that every scan needs, one group after the other: what runs on machines without a faster
+/// way, and what the faster ways must equal bit for bit.
+namespace scalar {
+
+HistogramSums sumVideoColor8(const std::uint8_t* base, std::uint64_t byteCount);
+HistogramSums sumVideoColor10(const std::uint8_t* base, std::uint64_t byteCount);
+
+} // namespace scalar
+
 } // namespace fw

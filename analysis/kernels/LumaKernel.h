@@ -24,4 +24,14 @@ LumaCounts scanLuma8(const std::uint8_t* base, std::uint64_t byteCount, std::int
 LumaCounts scanLuma10(const std::uint8_t* base, std::uint64_t byteCount, std::int64_t refBlack,
                       std::int64_t refWhite);
 
+/// What runs on machines without a faster way, and what the faster ways must equal.
+namespace scalar {
+
+LumaCounts scanLuma8(const std::uint8_t* base, std::uint64_t byteCount, std::int64_t refBlack,
+                     std::int64_t refWhite);
+LumaCounts scanLuma10(const std::uint8_t* base, std::uint64_t byteCount, std::int64_t refBlack,
+                      std::int64_t refWhite);
+
+} // namespace scalar
+
 } // namespace fw

@@ -167,9 +167,7 @@ MemoryPixelBuffer bufferFor(const FrameKind& kind) {
             MemoryPixelBuffer::bytesPerRow(kind.layout, width)};
 }
 
-void pack(const PlanarPicture& picture, const FrameKind& kind, MemoryPixelBuffer& buffer) {
-    (kind.layout == PixelLayout::kV210 ? libav::packV210 : libav::pack2vuy)(picture, buffer);
-}
+using Pack = void (*)(const PlanarPicture& picture, MemoryPixelBuffer& buffer);
 
 /// Where a sample of a 4:2:2 picture is to be found in a row of a buffer.
 std::uint64_t placeInRow(int plane, int x) {
@@ -182,9 +180,9 @@ int packedSample(const PixelBuffer& buffer, const FrameKind& kind, int plane, in
     return SampleSequence(kind.layout, row)[placeInRow(plane, x)];
 }
 
-bool packsRight(const PlanarPicture& picture, const FrameKind& kind) {
+bool packsRight(const PlanarPicture& picture, const FrameKind& kind, Pack pack) {
     MemoryPixelBuffer buffer = bufferFor(kind);
-    pack(picture, kind, buffer);
+    pack(picture, buffer);
     bool areEqual = true;
     for (int plane = 0; plane < 3; ++plane) {
         areEqual = areEqual && holdsForPlane(picture, plane, [&](int sample, int x, int y) {
@@ -194,13 +192,13 @@ bool packsRight(const PlanarPicture& picture, const FrameKind& kind) {
     return areEqual;
 }
 
-void timePacking(benchmark::State& state, const FrameKind& kind) {
+void timePacking(benchmark::State& state, const FrameKind& kind, Pack pack) {
     std::vector<PlanarPicture> pictures;
     for (const auto& frame : decodedFrames(kind.bitDepth() == 10 ? k422p10 : k422p8, kind.size)) {
         pictures.push_back(planesOf(*frame));
     }
     const bool areRight = std::all_of(pictures.begin(), pictures.end(), [&](const auto& picture) {
-        return packsRight(picture, kind);
+        return packsRight(picture, kind, pack);
     });
     if (!isRight(state, areRight)) {
         return;
@@ -208,7 +206,7 @@ void timePacking(benchmark::State& state, const FrameKind& kind) {
     MemoryPixelBuffer buffer = bufferFor(kind);
     std::size_t next = 0;
     for (auto _ : state) {
-        pack(pictures[next], kind, buffer);
+        pack(pictures[next], buffer);
         benchmark::ClobberMemory();
         next = (next + 1) % pictures.size();
     }
@@ -269,7 +267,14 @@ void registerBenchmarks() {
             }
         }
     }
-    registerForFrames("pack", timePacking);
+    registerForFrames("pack", [](benchmark::State& state, const FrameKind& kind) {
+        timePacking(state, kind,
+                    kind.layout == PixelLayout::kV210 ? libav::packV210 : libav::pack2vuy);
+    });
+    for (const FrameSize& size : kFrameSizes) {
+        registerRoad(std::string("pack, plain/v210/") + nameOf(size), timePacking,
+                     FrameKind{PixelLayout::kV210, size}, libav::scalar::packV210);
+    }
 }
 
 } // namespace fw::bench

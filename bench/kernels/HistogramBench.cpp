@@ -1,6 +1,7 @@
 // A frame reduced to its histogram, with conversion to RGB as a scan does, and the difference of
 // two histograms.
 #include "analysis/FWHistogram.h"
+#include "analysis/kernels/HistogramKernel.h"
 #include "bench/kernels/Correctness.h"
 #include "bench/kernels/RegisterBenchmarks.h"
 #include "bench/kernels/TestFrames.h"
@@ -83,6 +84,27 @@ void timeHistogram(benchmark::State& state, const FrameKind& kind) {
                             static_cast<std::int64_t>(frames.front().byteCount()));
 }
 
+/// The walk of machines without a faster one.
+void timePlainHistogram(benchmark::State& state, const FrameKind& kind) {
+    auto& frames = testFrames(kind);
+    const bool isTenBit = kind.bitDepth() == 10;
+    const auto fast = isTenBit ? sumVideoColor10 : sumVideoColor8;
+    const auto plain = isTenBit ? scalar::sumVideoColor10 : scalar::sumVideoColor8;
+    const bool isSame = std::all_of(frames.begin(), frames.end(), [&](const auto& frame) {
+        return plain(frame.base(), frame.byteCount()) == fast(frame.base(), frame.byteCount());
+    });
+    if (!isRight(state, isSame)) {
+        return;
+    }
+    std::size_t next = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(plain(frames[next].base(), frames[next].byteCount()));
+        next = (next + 1) % frames.size();
+    }
+    state.SetBytesProcessed(state.iterations() *
+                            static_cast<std::int64_t>(frames.front().byteCount()));
+}
+
 float plainDifference(const FWHistogram& a, const FWHistogram& b) {
     float sum = 0;
     for (std::size_t i = 0; i < FWHistogram::kBucketCount; ++i) {
@@ -115,6 +137,7 @@ void timeDifference(benchmark::State& state) {
 
 void registerBenchmarks() {
     registerForFrames("histogram", timeHistogram);
+    registerForFrames("histogram, plain", timePlainHistogram);
     benchmark::RegisterBenchmark("histogram difference", timeDifference);
 }
 

@@ -18,8 +18,10 @@ Levels referenceLevels(const FrameKind& kind) {
     return kind.bitDepth() == 10 ? Levels{64, 940} : Levels{16, 235};
 }
 
-LumaCounts scanLuma(const MemoryPixelBuffer& frame, const FrameKind& kind) {
-    const auto scan = kind.bitDepth() == 10 ? scanLuma10 : scanLuma8;
+using Scan = LumaCounts (*)(const std::uint8_t* base, std::uint64_t byteCount,
+                            std::int64_t refBlack, std::int64_t refWhite);
+
+LumaCounts scanLuma(const MemoryPixelBuffer& frame, const FrameKind& kind, Scan scan) {
     const Levels levels = referenceLevels(kind);
     return scan(frame.base(), frame.byteCount(), levels.black, levels.white);
 }
@@ -41,17 +43,17 @@ LumaCounts plainCounts(const MemoryPixelBuffer& frame, const FrameKind& kind) {
     return counts;
 }
 
-void timeLumaScan(benchmark::State& state, const FrameKind& kind) {
+void timeLumaScan(benchmark::State& state, const FrameKind& kind, Scan scan) {
     const auto& frames = testFrames(kind);
     const bool areEqual = std::all_of(frames.begin(), frames.end(), [&](const auto& frame) {
-        return scanLuma(frame, kind) == plainCounts(frame, kind);
+        return scanLuma(frame, kind, scan) == plainCounts(frame, kind);
     });
     if (!isRight(state, areEqual)) {
         return;
     }
     std::size_t next = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(scanLuma(frames[next], kind));
+        benchmark::DoNotOptimize(scanLuma(frames[next], kind, scan));
         next = (next + 1) % frames.size();
     }
     state.SetBytesProcessed(state.iterations() *
@@ -61,7 +63,12 @@ void timeLumaScan(benchmark::State& state, const FrameKind& kind) {
 } // namespace
 
 void registerBenchmarks() {
-    registerForFrames("luma scan", timeLumaScan);
+    registerForFrames("luma scan", [](benchmark::State& state, const FrameKind& kind) {
+        timeLumaScan(state, kind, kind.bitDepth() == 10 ? scanLuma10 : scanLuma8);
+    });
+    registerForFrames("luma scan, plain", [](benchmark::State& state, const FrameKind& kind) {
+        timeLumaScan(state, kind, kind.bitDepth() == 10 ? scalar::scanLuma10 : scalar::scanLuma8);
+    });
 }
 
 } // namespace fw::bench

@@ -1,5 +1,8 @@
 #include "platform/libav/Packers.h"
 
+#include "base/Avx2.h"
+#include "platform/libav/avx2/PackV210Avx2.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -42,10 +45,27 @@ void packGroup(const std::uint16_t* y, const std::uint16_t* cb, const std::uint1
     std::memcpy(out, words.data(), kBytesPerGroup);
 }
 
+/// Packs the first of some groups in a faster way than one by one, and returns how many.
+using PackFirstGroups = int (*)(const std::uint16_t* y, const std::uint16_t* cb,
+                                const std::uint16_t* cr, int groups, std::uint8_t* out);
+
+int packNone(const std::uint16_t*, const std::uint16_t*, const std::uint16_t*, int, std::uint8_t*) {
+    return 0;
+}
+
+PackFirstGroups fastestPacking() {
+    if constexpr (kIsX86) {
+        if (hasAvx2()) {
+            return avx2::packGroups;
+        }
+    }
+    return packNone;
+}
+
 void packRowV210(const std::uint16_t* y, const std::uint16_t* cb, const std::uint16_t* cr,
-                 int width, std::uint64_t rowBytes, std::uint8_t* out) {
+                 int width, std::uint64_t rowBytes, std::uint8_t* out, PackFirstGroups packFirst) {
     const int whole = width / kPixelsPerGroup;
-    for (int group = 0; group < whole; ++group) {
+    for (int group = packFirst(y, cb, cr, whole, out); group < whole; ++group) {
         packGroup(y + 6 * group, cb + 3 * group, cr + 3 * group, out + kBytesPerGroup * group);
     }
     // What is left of the picture, then video black to the end of the row.
@@ -75,6 +95,20 @@ std::vector<Sample> neutralRow(const PlanarPicture& picture, Sample neutral) {
                                neutral);
 }
 
+void packRowsV210(const PlanarPicture& picture, MemoryPixelBuffer& buffer,
+                  PackFirstGroups packFirst) {
+    const auto neutral = neutralRow(picture, kNeutral10);
+    const bool isGray = !neutral.empty();
+    const auto samples = [&](int plane, int row) {
+        return reinterpret_cast<const std::uint16_t*>(picture.row(plane, row));
+    };
+    for (int row = 0; row < picture.format.height; ++row) {
+        packRowV210(samples(0, row), isGray ? neutral.data() : samples(1, row),
+                    isGray ? neutral.data() : samples(2, row), picture.format.width,
+                    buffer.bytesPerRow(), buffer.row(static_cast<std::uint64_t>(row)), packFirst);
+    }
+}
+
 } // namespace
 
 void pack2vuy(const PlanarPicture& picture, MemoryPixelBuffer& buffer) {
@@ -88,16 +122,11 @@ void pack2vuy(const PlanarPicture& picture, MemoryPixelBuffer& buffer) {
 }
 
 void packV210(const PlanarPicture& picture, MemoryPixelBuffer& buffer) {
-    const auto neutral = neutralRow(picture, kNeutral10);
-    const bool isGray = !neutral.empty();
-    const auto samples = [&](int plane, int row) {
-        return reinterpret_cast<const std::uint16_t*>(picture.row(plane, row));
-    };
-    for (int row = 0; row < picture.format.height; ++row) {
-        packRowV210(samples(0, row), isGray ? neutral.data() : samples(1, row),
-                    isGray ? neutral.data() : samples(2, row), picture.format.width,
-                    buffer.bytesPerRow(), buffer.row(static_cast<std::uint64_t>(row)));
-    }
+    packRowsV210(picture, buffer, fastestPacking());
+}
+
+void scalar::packV210(const PlanarPicture& picture, MemoryPixelBuffer& buffer) {
+    packRowsV210(picture, buffer, packNone);
 }
 
 } // namespace fw::libav

@@ -83,8 +83,12 @@ void expectAllKernelsEqual(const Bytes& bytes, const std::string& what) {
     const std::uint8_t* base = padded.data();
     EXPECT_EQ(sumRawColor(base, bytes.size(), 4), plainColor(bytes, 4, rawAt)) << what;
     EXPECT_EQ(sumRawColor(base, bytes.size(), 8), plainColor(bytes, 8, rawAt)) << what;
-    EXPECT_EQ(sumVideoColor8(base, bytes.size()), plainColor(bytes, 4, video8At)) << what;
-    EXPECT_EQ(sumVideoColor10(base, bytes.size()), plainColor(bytes, 8, video10At)) << what;
+    const HistogramSums video8 = plainColor(bytes, 4, video8At);
+    const HistogramSums video10 = plainColor(bytes, 8, video10At);
+    EXPECT_EQ(sumVideoColor8(base, bytes.size()), video8) << what;
+    EXPECT_EQ(sumVideoColor10(base, bytes.size()), video10) << what;
+    EXPECT_EQ(scalar::sumVideoColor8(base, bytes.size()), video8) << what;
+    EXPECT_EQ(scalar::sumVideoColor10(base, bytes.size()), video10) << what;
     EXPECT_EQ(sumGrey(base, bytes.size()), plainGrey(bytes)) << what;
 }
 
@@ -109,6 +113,46 @@ TEST(HistogramKernelTest, EqualsThePlainReferenceOnLargeRandomPictures) {
             byte = static_cast<std::uint8_t>(generator());
         }
         expectAllKernelsEqual(bytes, "size " + std::to_string(size));
+    }
+}
+
+/// Sums that pass every power of two on their way, slowly and in leaps.
+TEST(HistogramKernelTest, EqualsThePlainReferenceOnPicturesThatAreDarkBrightAndDarkAgain) {
+    std::mt19937 generator(4);
+    // In frames of 2^n bytes a share often lies half-way between two places of the sum.
+    for (const std::size_t size : {1UL << 16, 1UL << 18, 3UL << 16, 5120UL * 54, 300001UL}) {
+        for (const int level : {0, 1, 2, 7}) {
+            Bytes bytes(size);
+            for (std::size_t i = 0; i < size; ++i) {
+                const bool isBright = i > size / 3 && i < size / 2;
+                const unsigned most = isBright ? 256U : 1U << level;
+                bytes[i] = static_cast<std::uint8_t>(generator() % most);
+            }
+            expectAllKernelsEqual(bytes,
+                                  std::to_string(size) + " bytes, level " + std::to_string(level));
+        }
+    }
+}
+
+/// Black in 8 bits gives sums that stay 0; after a faint group a bright one is 2^31 places of the
+/// sum.
+TEST(HistogramKernelTest, EqualsThePlainReferenceOnBlackWithFewOtherGroups) {
+    constexpr std::size_t kGroups = 16384;
+    for (const std::size_t faint : {3UL, kGroups}) {
+        for (const std::size_t bright : {4UL, 511UL, 512UL, 5000UL, kGroups - 1}) {
+            std::vector<int> lumas(kGroups + 1, 16);
+            lumas[faint] = 17;
+            lumas[bright] = 235;
+            lumas[bright + 1] = 235;
+            Bytes bytes;
+            for (std::size_t group = 0; group < kGroups; ++group) {
+                for (const int byte : {128, lumas[group], 128, 128}) {
+                    bytes.push_back(static_cast<std::uint8_t>(byte));
+                }
+            }
+            expectAllKernelsEqual(bytes, "faint at " + std::to_string(faint) + ", bright at " +
+                                             std::to_string(bright));
+        }
     }
 }
 

@@ -60,12 +60,12 @@ void expectBothKernelsEqual(const Bytes& bytes, std::int64_t black, std::int64_t
     padded.resize(bytes.size() + kReadableBytesPastEnd);
     const std::string what = std::to_string(bytes.size()) + " bytes, black " +
                              std::to_string(black) + ", white " + std::to_string(white);
-    EXPECT_EQ(scanLuma8(padded.data(), bytes.size(), black, white),
-              plainCounts(plainLuma8(bytes), black, white, 255))
-        << what;
-    EXPECT_EQ(scanLuma10(padded.data(), bytes.size(), black, white),
-              plainCounts(plainLuma10(bytes), black, white, 1023))
-        << what;
+    const LumaCounts counts8 = plainCounts(plainLuma8(bytes), black, white, 255);
+    const LumaCounts counts10 = plainCounts(plainLuma10(bytes), black, white, 1023);
+    EXPECT_EQ(scanLuma8(padded.data(), bytes.size(), black, white), counts8) << what;
+    EXPECT_EQ(scanLuma10(padded.data(), bytes.size(), black, white), counts10) << what;
+    EXPECT_EQ(scalar::scanLuma8(padded.data(), bytes.size(), black, white), counts8) << what;
+    EXPECT_EQ(scalar::scanLuma10(padded.data(), bytes.size(), black, white), counts10) << what;
 }
 
 Bytes randomBytes(std::mt19937& generator, std::size_t size) {

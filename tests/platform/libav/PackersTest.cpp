@@ -84,6 +84,9 @@ TEST(PackV210, writesThreeSamplesAWordAndVideoBlackBeyondThePicture) {
             MemoryPixelBuffer buffer(w, 2, MemoryPixelBuffer::bytesPerRow(PixelLayout::kV210, w));
             std::memset(buffer.bytes(), 0xFF, buffer.byteCount());
             packV210(source.picture, buffer);
+            MemoryPixelBuffer oneByOne(w, 2, buffer.bytesPerRow());
+            scalar::packV210(source.picture, oneByOne);
+            ASSERT_EQ(std::memcmp(oneByOne.bytes(), buffer.bytes(), buffer.byteCount()), 0);
             const int pixelsInRow = static_cast<int>(buffer.bytesPerRow()) / 16 * 6;
             for (int y = 0; y < 2; ++y) {
                 const std::uint8_t* row = buffer.row(static_cast<std::uint64_t>(y));
