@@ -4,6 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <utility>
+
 namespace fw {
 namespace {
 
@@ -42,24 +44,47 @@ Json errorJson(const Error& error) {
             {"description", repairedUtf8(error.description)}};
 }
 
+/// A member of the document, on a line of its own.
+std::string member(const char* key, const std::string& json) {
+    return std::string("  \"") + key + "\": " + json;
+}
+
+std::string dumped(const Json& value) {
+    return value.dump();
+}
+
 } // namespace
 
-std::string jsonReport(const std::string& movie, const ScanResult& result,
-                       const std::vector<Fault>& faults) {
-    const ScanTally& tally = result.tally;
-    Json document;
-    document["movie"] = repairedUtf8(movie);
-    document["complete"] = tally.isComplete();
-    document["verdict"] = nameOf(tally.verdict());
-    document["settings"] = result.plan ? settingsJson(*result.plan) : Json(nullptr);
-    document["frames"] = {{"expected", valueOrNull(tally.expectedFrames())},
-                          {"reported", tally.reportedFrames()}};
-    document["faults"] = Json::array();
-    for (const Fault& fault : faults) {
-        document["faults"].push_back(faultJson(fault));
+JsonReport::JsonReport(std::string movie, const Output& output)
+    : movie_(std::move(movie)), output_(output) {}
+
+void JsonReport::begin(const ScanPlan& plan) {
+    writeHead(settingsJson(plan).dump());
+}
+
+void JsonReport::add(const Fault& fault) {
+    output_.write((hasFaults_ ? ",\n    " : "\n    ") + faultJson(fault).dump());
+    hasFaults_ = true;
+}
+
+void JsonReport::end(const ScanResult& result) {
+    if (!hasBegun_) {
+        writeHead("null");
     }
-    document["error"] = result.error ? errorJson(*result.error) : Json(nullptr);
-    return document.dump(2) + "\n";
+    const ScanTally& tally = result.tally;
+    const Json frames = {{"expected", valueOrNull(tally.expectedFrames())},
+                         {"reported", tally.reportedFrames()}};
+    output_.write(std::string(hasFaults_ ? "\n  ],\n" : "],\n") + member("frames", frames.dump()) +
+                  ",\n" + member("complete", dumped(tally.isComplete())) + ",\n" +
+                  member("verdict", dumped(nameOf(tally.verdict()))) + ",\n" +
+                  member("error", dumped(result.error ? errorJson(*result.error) : Json(nullptr))) +
+                  "\n}\n");
+}
+
+void JsonReport::writeHead(const std::string& settings) {
+    hasBegun_ = true;
+    output_.write("{\n" + member("movie", dumped(repairedUtf8(movie_))) + ",\n" +
+                  member("settings", settings) + ",\n  \"faults\": [");
 }
 
 } // namespace fw

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <vector>
 
 namespace fw {
 namespace {
@@ -84,16 +83,20 @@ ExitStatus scanToJson(const ScanRequest& request, const ScanServices& services,
     ScanDisplay display(request.isVerbose);
     ScanObserver observer;
     display.observe(observer);
-    std::vector<Fault> faults;
-    observer.fault = [&faults](const Fault& fault) {
-        faults.push_back(fault);
+    JsonReport report(request.settings.movie, output);
+    observer.planned = [&report](const ScanPlan& plan) {
+        report.begin(plan);
+    };
+    observer.fault = [&](const Fault& fault) {
+        display.clear();
+        report.add(fault);
     };
     const ScanResult result = performScan(request.settings, services, observer);
     display.clear();
     if (result.status == ExitStatus::kUsage) {
         complain(request.settings.movie, result);
     } else {
-        output.write(jsonReport(request.settings.movie, result, faults));
+        report.end(result);
     }
     return result.status;
 }

@@ -100,6 +100,9 @@ ScannerRunEvents eventsFor(ScanResult& result, const ScanObserver& observer) {
 
 ScanResult runPlan(const ScanPlan& plan, const std::string& scanner, const ScanObserver& observer,
                    SignalWatch& signals) {
+    if (observer.planned) {
+        observer.planned(plan);
+    }
     ScanResult result;
     result.plan = plan;
     result.tally = ScanTally(plan.range.startFrame, plan.expectedFrames);

@@ -25,6 +25,8 @@ struct ScanServices {
 /// What happens during a scan. Every member may be empty; what they throw comes out of
 /// performScan.
 struct ScanObserver {
+    /// What is scanned, before anything else; not called when the movie cannot be scanned.
+    std::function<void(const ScanPlan& plan)> planned;
     std::function<void(const Fault& fault)> fault;
     std::function<void(std::string_view text)> diagnostics;
     /// A few times a second.
