@@ -2,12 +2,14 @@
 
 #include <grp.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
+#include <mutex>
 #include <optional>
 #include <system_error>
 #include <vector>
@@ -86,6 +88,32 @@ bool setOtherGroups(const std::vector<gid_t>& groups) {
     return ::syscall(SYS_setgroups, groups.size(), groups.data()) == 0;
 }
 
+/// Whether the process may leave a core dump ends, for all of it, when a thread changes its rights.
+/// It is as before when the last of these goes; not earlier, for the dump of a thread with another
+/// user's rights would belong to that user.
+class KeptDumpability {
+public:
+    KeptDumpability() {
+        const std::lock_guard lock(mutex_);
+        if (count_++ == 0) {
+            before_ = ::prctl(PR_GET_DUMPABLE);
+        }
+    }
+    ~KeptDumpability() {
+        const std::lock_guard lock(mutex_);
+        if (--count_ == 0) {
+            ::prctl(PR_SET_DUMPABLE, before_);
+        }
+    }
+    KeptDumpability(const KeptDumpability&) = delete;
+    KeptDumpability& operator=(const KeptDumpability&) = delete;
+
+private:
+    static inline std::mutex mutex_;
+    static inline int count_ = 0;
+    static inline int before_ = 0;
+};
+
 /// This thread's rights to files are another user's while it lives.
 class RightsOf {
 public:
@@ -106,6 +134,7 @@ public:
     bool worked() const { return worked_; }
 
 private:
+    KeptDumpability dumpability_; ///< The first: it goes when the rights are back.
     uid_t user_ = fileUser();
     gid_t group_ = fileGroup();
     std::vector<gid_t> groups_ = otherGroups();

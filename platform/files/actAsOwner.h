@@ -19,7 +19,9 @@ enum class Actor {
 /// Where all is the superuser's, and for an ordinary user, the action is done as it is.
 ///
 /// Only this thread's rights to files change, while the action runs. A thread that it starts would
-/// keep the owner's rights, a process that it starts gets the superuser's. Safe from any thread.
+/// keep the owner's rights, a process that it starts gets the superuser's. A process that dies
+/// meanwhile leaves no core dump unless the system dumps programs with changed rights, too. Safe
+/// from any thread.
 Actor actAsOwner(const std::string& path, const std::function<void()>& action);
 
 } // namespace fw

@@ -8,6 +8,7 @@
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -171,6 +172,41 @@ TEST_F(ActAsOwner, OtherGroupsOfRootsAreLaidDownAndComeBackToo) {
     ASSERT_EQ(::setgroups(before.size(), before.data()), 0);
     EXPECT_EQ(during, 0);
     EXPECT_EQ(after, 1);
+}
+
+/// Whether this process may leave a core dump.
+int dumpability() {
+    return ::prctl(PR_GET_DUMPABLE);
+}
+
+TEST_F(ActAsOwner, AfterwardsTheProcessMayLeaveACoreDumpAsBefore) {
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    actAsOwner(home, [&] { actAsOwner(home, [] {}); });
+    EXPECT_EQ(dumpability(), 1);
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 0), 0);
+    actAsOwner(home, [] {});
+    const int after = dumpability();
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    EXPECT_EQ(after, 0);
+}
+
+TEST_F(ActAsOwner, ThereIsNoCoreDumpOfRootsForTheUserWhileAnyThreadActsForThem) {
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    std::promise<void> isActing;
+    std::promise<void> mayEnd;
+    std::jthread other([&] {
+        actAsOwner(home, [&] {
+            isActing.set_value();
+            mayEnd.get_future().wait();
+        });
+    });
+    isActing.get_future().wait();
+    const int acting = dumpability();
+    actAsOwner(home, [] {});
+    EXPECT_EQ(dumpability(), acting) << "as the system has it for changed rights";
+    mayEnd.set_value();
+    other.join();
+    EXPECT_EQ(dumpability(), 1);
 }
 
 TEST_F(ActAsOwner, OtherThreadsKeepTheirRights) {
