@@ -165,6 +165,13 @@ int directStreams(const ChildProcessOptions& options, FileActions& actions, Pipe
     return failure != 0 ? failure : actions.closeFrom(STDERR_FILENO + 1);
 }
 
+/// Once the child has ends of its own. A stream without a pipe has none here.
+void closeEndsOfChild(Pipes& pipes) {
+    pipes.input.readingEnd.reset();
+    pipes.output.writingEnd.reset();
+    pipes.error.writingEnd.reset();
+}
+
 /// Texts as the system wants them; they stay with their owner.
 class TextVector {
 public:
@@ -243,6 +250,7 @@ Result<SpawnedChild> spawn(const ChildProcessOptions& options) {
     if (failure != 0) {
         return posixError(failure);
     }
+    closeEndsOfChild(pipes); // Room, too, where another thread takes and keeps what is next.
     room.reset();
     child.process = descriptorOfStarted(child.processId);
     child.input = std::move(pipes.input.writingEnd);
