@@ -137,6 +137,9 @@ private:
     void rotateWhenFull();
     std::shared_ptr<LogFile> openFile();
 
+    std::shared_ptr<LogFile> file() const;
+    void setFile(std::shared_ptr<LogFile> file);
+
     void print(std::string_view text) const;
     void printFailure(std::string_view text) const;
     void finish();
