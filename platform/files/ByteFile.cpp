@@ -3,6 +3,7 @@
 #include "platform/PosixError.h"
 #include "platform/files/SizeLimitAsError.h"
 #include "platform/files/openFile.h"
+#include "platform/files/writeAll.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -104,23 +105,13 @@ std::size_t ByteFile::read(std::span<std::byte> bytes) {
 
 std::size_t ByteFile::write(std::span<const std::byte> bytes) {
     const SizeLimitAsError limit;
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count =
-            calls_->write(descriptor_.get(), bytes.data() + done, bytes.size() - done);
-        if (count > 0) {
-            done += static_cast<std::size_t>(count);
-            continue;
-        }
-        if (count == 0) {
-            errno = EIO; // To ask again might never end.
-        }
-        if (errno != EINTR) {
-            hasFailed_ = !noted(false);
-            break;
-        }
+    const Written written =
+        writePieces(calls_->write, descriptor_.get(), bytes.data(), bytes.size());
+    if (written.failure != 0) {
+        errorNumber_ = written.failure;
+        hasFailed_ = true;
     }
-    return done;
+    return written.bytes;
 }
 
 std::optional<std::uint64_t> ByteFile::position() {
