@@ -310,6 +310,10 @@ std::string appendedPathComponent(std::string_view path, std::string_view compon
     return joined;
 }
 
+std::string pathInFolder(std::string_view folder, std::string_view component) {
+    return folder.empty() ? std::string() : appendedPathComponent(folder, component);
+}
+
 std::string_view pathExtension(std::string_view path) {
     const std::string_view name = lastPathComponent(path);
     const std::size_t dot = name.rfind('.');

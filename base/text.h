@@ -55,6 +55,9 @@ std::string_view lastPathComponent(std::string_view path);
 /// an empty component the path without slashes at its end.
 std::string appendedPathComponent(std::string_view path, std::string_view component);
 
+/// The same in a folder whose path may be unknown, which is empty: so is the result then.
+std::string pathInFolder(std::string_view folder, std::string_view component);
+
 /// What follows the last dot of the last component when neither side of the dot is empty.
 std::string_view pathExtension(std::string_view path);
 

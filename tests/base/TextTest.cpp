@@ -268,6 +268,12 @@ TEST(AppendedPathComponent, an_empty_side_adds_nothing) {
     EXPECT_EQ(appendedPathComponent("", ""), "");
 }
 
+TEST(PathInFolder, is_empty_in_an_unknown_folder) {
+    EXPECT_EQ(pathInFolder("", "b"), "");
+    EXPECT_EQ(pathInFolder("/a/", "b"), "/a/b");
+    EXPECT_EQ(pathInFolder("/", "b"), "/b");
+}
+
 TEST(PathExtension, is_what_follows_the_last_dot_of_the_last_component) {
     EXPECT_EQ(pathExtension("/a/b.mov"), "mov");
     EXPECT_EQ(pathExtension("b.tar.gz"), "gz");
