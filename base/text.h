@@ -16,6 +16,10 @@ std::string repairedUtf8(std::string_view bytes);
 /// One character in UTF-8; U+FFFD for what is no character (surrogates, beyond U+10FFFF).
 std::string utf8Text(char32_t character);
 
+/// Whether the system would take the text, a path or a name, only up to a zero byte and mean
+/// another.
+bool holdsZeroByte(std::string_view text);
+
 /// Without white space and line ends (the Unicode property White_Space) at both ends.
 std::string_view trimmed(std::string_view text);
 

@@ -1,5 +1,6 @@
 #include "platform/files/ByteFile.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/SizeLimitAsError.h"
 #include "platform/files/openFile.h"
@@ -36,8 +37,7 @@ Result<ByteFile> ByteFile::openForUpdating(const std::string& path) {
 }
 
 Result<ByteFile> ByteFile::open(const std::string& path, int flags) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     // Merely to open a device can have effects: a tape rewinds, a watchdog starts to count.

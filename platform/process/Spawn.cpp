@@ -1,5 +1,6 @@
 #include "platform/process/Spawn.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/process/ChildEnvironment.h"
 #include "platform/process/ChildProcess.h"
@@ -189,11 +190,6 @@ public:
 private:
     std::vector<char*> texts_;
 };
-
-/// The system would take the text up to a zero byte for the whole.
-bool holdsZeroByte(const std::string& text) {
-    return text.find('\0') != std::string::npos;
-}
 
 bool isCutByTheSystem(const ChildProcessOptions& options) {
     const auto anyCut = [](const std::vector<std::string>& texts) {

@@ -1,5 +1,6 @@
 #include "support/log/LogFile.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/openFile.h"
 #include "platform/files/writeAll.h"
@@ -30,7 +31,7 @@ off_t sizeWhenTorn(int file) {
 } // namespace
 
 std::shared_ptr<LogFile> LogFile::open(const std::string& path) {
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return nullptr;
     }
     // Not blocking: a pipe that nobody reads must not hold the log up for ever.

@@ -244,6 +244,15 @@ TEST(WithoutLastCharacters, drops_whole_characters) {
     EXPECT_EQ(withoutLastCharacters("abc", 4), "");
 }
 
+TEST(HoldsZeroByte, sees_one_anywhere) {
+    using namespace std::string_view_literals;
+    EXPECT_TRUE(holdsZeroByte("\0"sv));
+    EXPECT_TRUE(holdsZeroByte("a\0b"sv));
+    EXPECT_TRUE(holdsZeroByte("a\0"sv));
+    EXPECT_FALSE(holdsZeroByte(""));
+    EXPECT_FALSE(holdsZeroByte("a"));
+}
+
 TEST(LastPathComponent, takes_no_notice_of_trailing_slashes) {
     EXPECT_EQ(lastPathComponent("/a/b///"), "b");
     EXPECT_EQ(lastPathComponent("a/"), "a");
