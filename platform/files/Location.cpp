@@ -41,7 +41,7 @@ Result<Location> Location::of(const std::string& path) {
 }
 
 Result<Location> Location::duplicate() const {
-    FileDescriptor own(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0));
+    FileDescriptor own = FileDescriptor::duplicateOf(folder.get());
     if (!own) {
         return posixError(errno);
     }

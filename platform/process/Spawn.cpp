@@ -84,11 +84,11 @@ int moveOffStandardStreams(FileDescriptor& descriptor) {
     if (descriptor.get() > STDERR_FILENO) {
         return 0;
     }
-    const int moved = ::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (moved < 0) {
+    FileDescriptor moved = FileDescriptor::duplicateOf(descriptor.get(), STDERR_FILENO + 1);
+    if (!moved) {
         return errno;
     }
-    descriptor = FileDescriptor(moved);
+    descriptor = std::move(moved);
     return 0;
 }
 
@@ -106,7 +106,7 @@ int openPipe(Pipe& pipe) {
 
 /// A descriptor of our own for the same thing, away from the places of the standard streams.
 int copyDescriptor(int descriptor, FileDescriptor& copy) {
-    copy = FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    copy = FileDescriptor::duplicateOf(descriptor, STDERR_FILENO + 1);
     return copy ? 0 : errno;
 }
 
