@@ -217,14 +217,16 @@ void FWLog::appendAgain(std::string_view format, Arguments arguments) {
 }
 
 void FWLog::appendAndPrint(std::string_view format, Arguments arguments) {
-    const std::string text(trimmed(filledForLogging(format, arguments)));
-    append(text, {});
-    print(consoleEcho(text) + '\n');
+    printAppended(format, arguments, &FWLog::append);
 }
 
 void FWLog::fastAppendAndPrint(std::string_view format, Arguments arguments) {
+    printAppended(format, arguments, &FWLog::fastAppend);
+}
+
+void FWLog::printAppended(std::string_view format, Arguments arguments, Operation appending) {
     const std::string text(trimmed(filledForLogging(format, arguments)));
-    fastAppend(text, {});
+    (this->*appending)(text, {});
     print(consoleEcho(text) + '\n');
 }
 

@@ -124,6 +124,7 @@ private:
     void appendAndPrint(std::string_view format, Arguments arguments);
     void appendAgain(std::string_view format, Arguments arguments);
     void fastAppendAndPrint(std::string_view format, Arguments arguments);
+    void printAppended(std::string_view format, Arguments arguments, Operation appending);
     void appendTextToLog(std::string_view text);
 
     void openNewLog(const std::string& appName);
