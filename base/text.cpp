@@ -194,6 +194,10 @@ std::string utf8Text(char32_t character) {
     return {byte(0xF0 | (character >> 18)), continuation(12), continuation(6), continuation(0)};
 }
 
+bool holdsZeroByte(std::string_view text) {
+    return text.find('\0') != std::string_view::npos;
+}
+
 std::string_view trimmed(std::string_view text) {
     return trimmedWhile(text, isWhiteSpace);
 }
@@ -308,6 +312,10 @@ std::string appendedPathComponent(std::string_view path, std::string_view compon
     }
     joined += component;
     return joined;
+}
+
+std::string pathInFolder(std::string_view folder, std::string_view component) {
+    return folder.empty() ? std::string() : appendedPathComponent(folder, component);
 }
 
 std::string_view pathExtension(std::string_view path) {

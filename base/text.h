@@ -16,6 +16,10 @@ std::string repairedUtf8(std::string_view bytes);
 /// One character in UTF-8; U+FFFD for what is no character (surrogates, beyond U+10FFFF).
 std::string utf8Text(char32_t character);
 
+/// Whether the system would take the text, a path or a name, only up to a zero byte and mean
+/// another.
+bool holdsZeroByte(std::string_view text);
+
 /// Without white space and line ends (the Unicode property White_Space) at both ends.
 std::string_view trimmed(std::string_view text);
 
@@ -54,6 +58,9 @@ std::string_view lastPathComponent(std::string_view path);
 /// A path with one more component, and one slash between. An empty path gives the component alone,
 /// an empty component the path without slashes at its end.
 std::string appendedPathComponent(std::string_view path, std::string_view component);
+
+/// The same in a folder whose path may be unknown, which is empty: so is the result then.
+std::string pathInFolder(std::string_view folder, std::string_view component);
 
 /// What follows the last dot of the last component when neither side of the dot is empty.
 std::string_view pathExtension(std::string_view path);

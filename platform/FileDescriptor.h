@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
@@ -20,6 +21,12 @@ public:
         return *this;
     }
     ~FileDescriptor() { reset(); }
+
+    /// Another one for the same thing, numbered `lowest` or higher; empty, with errno, when it
+    /// cannot be had.
+    static FileDescriptor duplicateOf(int number, int lowest = 0) {
+        return FileDescriptor(::fcntl(number, F_DUPFD_CLOEXEC, lowest));
+    }
 
     int get() const { return number_; }
     explicit operator bool() const { return number_ >= 0; }

@@ -22,11 +22,6 @@ FolderDomainMask domainOf(bool userDomain) {
     return userDomain ? FolderDomainMask::kUser : FolderDomainMask::kLocal;
 }
 
-/// Unknown in an unknown folder.
-std::string inFolder(const std::string& folder, std::string_view component) {
-    return folder.empty() ? folder : appendedPathComponent(folder, component);
-}
-
 /// The superuser's folder `found` in its home. Deliberate: 16 characters go although the second
 /// prefix has 17, so that its "t" stays in front of the rest.
 std::string inSuperuserHome(std::string_view found) {
@@ -36,7 +31,7 @@ std::string inSuperuserHome(std::string_view found) {
     if (found.starts_with("/private/var/root")) {
         found.remove_prefix(16);
     }
-    return inFolder(FWLocalPaths::userDirectory(), found);
+    return pathInFolder(FWLocalPaths::userDirectory(), found);
 }
 
 /// From the kernel, which gives so few bytes whole; only a signal interrupts it, early after boot.
@@ -105,7 +100,7 @@ std::string FWLocalPaths::libraryDirectory(bool userDomain) {
 }
 
 std::string FWLocalPaths::prefsDirectory(bool userDomain) {
-    return inFolder(libraryDirectory(userDomain), "Preferences");
+    return pathInFolder(libraryDirectory(userDomain), "Preferences");
 }
 
 std::string FWLocalPaths::cacheDirectory(bool userDomain) {
@@ -117,7 +112,7 @@ std::string FWLocalPaths::appSupportDirectory(bool userDomain) {
 }
 
 std::string FWLocalPaths::logDirectory(bool userDomain) {
-    return inFolder(libraryDirectory(userDomain), "Logs");
+    return pathInFolder(libraryDirectory(userDomain), "Logs");
 }
 
 std::string FWLocalPaths::movieDirectory() {
@@ -145,7 +140,7 @@ std::string FWLocalPaths::username() {
 }
 
 std::string FWLocalPaths::trashDirectory() {
-    return inFolder(userDirectory(), ".Trash");
+    return pathInFolder(userDirectory(), ".Trash");
 }
 
 std::string FWLocalPaths::tempDirectory() {

@@ -129,10 +129,7 @@ void FWLog::openNewLog(const std::string& appName) {
 
 bool FWLog::openNewGeneration(const std::string& name) {
     const std::lock_guard filesLock(filesMutex_);
-    {
-        const std::lock_guard lock(fieldsMutex_);
-        file_.reset();
-    }
+    setFile(nullptr);
     if (SharedPreferences::isSwitchedOn(SharedPreferences::kDisableLogging)) {
         print("Logging is disabled\n");
         loggingDisabled_ = true;
@@ -155,9 +152,9 @@ bool FWLog::openNewGeneration(const std::string& name) {
         print(*failure);
         return false;
     }
-    const std::lock_guard lock(fieldsMutex_);
-    file_ = LogFile::open(place.current);
-    return file_ != nullptr;
+    const std::shared_ptr<LogFile> opened = LogFile::open(place.current);
+    setFile(opened);
+    return opened != nullptr;
 }
 
 void FWLog::writeHeader() {
@@ -220,14 +217,16 @@ void FWLog::appendAgain(std::string_view format, Arguments arguments) {
 }
 
 void FWLog::appendAndPrint(std::string_view format, Arguments arguments) {
-    const std::string text(trimmed(filledForLogging(format, arguments)));
-    append(text, {});
-    print(consoleEcho(text) + '\n');
+    printAppended(format, arguments, &FWLog::append);
 }
 
 void FWLog::fastAppendAndPrint(std::string_view format, Arguments arguments) {
+    printAppended(format, arguments, &FWLog::fastAppend);
+}
+
+void FWLog::printAppended(std::string_view format, Arguments arguments, Operation appending) {
     const std::string text(trimmed(filledForLogging(format, arguments)));
-    fastAppend(text, {});
+    (this->*appending)(text, {});
     print(consoleEcho(text) + '\n');
 }
 
@@ -309,20 +308,29 @@ std::size_t FWLog::written(std::span<const std::string_view> texts, LogFile& fil
 }
 
 std::shared_ptr<LogFile> FWLog::openFile() {
-    {
-        const std::lock_guard lock(fieldsMutex_);
-        if (file_) {
-            return file_;
-        }
+    if (std::shared_ptr<LogFile> open = file()) {
+        return open;
     }
     const std::lock_guard filesLock(filesMutex_);
     const LogPlace place = logPlace(appName());
     const FolderLock folderLock(place.folderOfCurrent);
-    const std::lock_guard lock(fieldsMutex_);
-    if (!file_) {
-        file_ = LogFile::open(place.current);
+    std::shared_ptr<LogFile> open = file(); // A new log may have been opened meanwhile.
+    if (!open) {
+        open = LogFile::open(place.current);
+        setFile(open);
     }
+    return open;
+}
+
+std::shared_ptr<LogFile> FWLog::file() const {
+    const std::lock_guard lock(fieldsMutex_);
     return file_;
+}
+
+/// What it replaces is closed, which may wait, when the lock is off again.
+void FWLog::setFile(std::shared_ptr<LogFile> file) {
+    const std::lock_guard lock(fieldsMutex_);
+    file_.swap(file);
 }
 
 /// The limit and the text that speaks of 500KB disagree; both are deliberate.
@@ -370,9 +378,9 @@ void FWLog::terminate() {
     } else {
         queue().abandon();
     }
+    setFile(nullptr);
     const std::lock_guard lock(fieldsMutex_);
     appName_.clear();
-    file_.reset();
 }
 
 } // namespace fw

@@ -124,6 +124,7 @@ private:
     void appendAndPrint(std::string_view format, Arguments arguments);
     void appendAgain(std::string_view format, Arguments arguments);
     void fastAppendAndPrint(std::string_view format, Arguments arguments);
+    void printAppended(std::string_view format, Arguments arguments, Operation appending);
     void appendTextToLog(std::string_view text);
 
     void openNewLog(const std::string& appName);
@@ -136,6 +137,9 @@ private:
     std::size_t written(std::span<const std::string_view> texts, LogFile& file);
     void rotateWhenFull();
     std::shared_ptr<LogFile> openFile();
+
+    std::shared_ptr<LogFile> file() const;
+    void setFile(std::shared_ptr<LogFile> file);
 
     void print(std::string_view text) const;
     void printFailure(std::string_view text) const;

@@ -1,5 +1,6 @@
 #include "platform/crash/CrashReport.h"
 
+#include "base/text.h"
 #include "platform/crash/Backtrace.h"
 #include "platform/crash/ExceptionReason.h"
 #include "platform/crash/PrintableText.h"
@@ -51,7 +52,7 @@ std::string argumentsText(const std::vector<std::string>& arguments) {
 std::string pathStartOf(const CrashReportSettings& settings) {
     std::string path = settings.folder;
     path.append("/").append(settings.applicationName).append("_");
-    const bool isUsable = !settings.folder.empty() && path.find('\0') == std::string::npos;
+    const bool isUsable = !settings.folder.empty() && !holdsZeroByte(path);
     return isUsable ? path : std::string();
 }
 

@@ -1,5 +1,6 @@
 #include "platform/elevation/Elevation.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/elevation/AdministratorAuthorization.h"
 #include "platform/elevation/SecretText.h"
@@ -36,7 +37,7 @@ std::shared_ptr<const ElevationServices> currentServices() {
 
 /// Nothing when there is no such account.
 std::optional<uid_t> userIdOf(const std::string& name) {
-    if (name.find('\0') != std::string::npos) {
+    if (holdsZeroByte(name)) {
         return std::nullopt; // The system would take it for another name.
     }
     passwd account = {};

@@ -1,6 +1,7 @@
 #include "platform/files/AtomicFile.h"
 
 #include "base/Result.h"
+#include "base/text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
 #include "platform/files/SizeLimitAsError.h"
@@ -146,8 +147,7 @@ void flushFolder(const std::string& target) {
 
 std::optional<Error> writeFileAtomically(const std::string& path, std::string_view bytes,
                                          mode_t modeOfNewFile, Flush flush) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.empty() || path.find('\0') != std::string::npos) {
+    if (path.empty() || holdsZeroByte(path)) {
         return posixError(path.empty() ? ENOENT : EINVAL);
     }
     const Result<std::string> target = linksFollowed(path);

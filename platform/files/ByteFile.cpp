@@ -1,8 +1,10 @@
 #include "platform/files/ByteFile.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/SizeLimitAsError.h"
 #include "platform/files/openFile.h"
+#include "platform/files/writeAll.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -35,8 +37,7 @@ Result<ByteFile> ByteFile::openForUpdating(const std::string& path) {
 }
 
 Result<ByteFile> ByteFile::open(const std::string& path, int flags) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     // Merely to open a device can have effects: a tape rewinds, a watchdog starts to count.
@@ -104,23 +105,13 @@ std::size_t ByteFile::read(std::span<std::byte> bytes) {
 
 std::size_t ByteFile::write(std::span<const std::byte> bytes) {
     const SizeLimitAsError limit;
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t count =
-            calls_->write(descriptor_.get(), bytes.data() + done, bytes.size() - done);
-        if (count > 0) {
-            done += static_cast<std::size_t>(count);
-            continue;
-        }
-        if (count == 0) {
-            errno = EIO; // To ask again might never end.
-        }
-        if (errno != EINTR) {
-            hasFailed_ = !noted(false);
-            break;
-        }
+    const Written written =
+        writePieces(calls_->write, descriptor_.get(), bytes.data(), bytes.size());
+    if (written.failure != 0) {
+        errorNumber_ = written.failure;
+        hasFailed_ = true;
     }
-    return done;
+    return written.bytes;
 }
 
 std::optional<std::uint64_t> ByteFile::position() {

@@ -1,5 +1,6 @@
 #include "platform/files/ExtendedAttributes.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 
 #include <sys/xattr.h>
@@ -17,11 +18,6 @@ std::string nameOnDisk(const std::string& name) {
     return std::string(kPrefix).append(name);
 }
 
-/// A zero byte would cut the text, and another file or attribute would be meant.
-bool isWhole(const std::string& text) {
-    return text.find('\0') == std::string::npos;
-}
-
 std::optional<Error> failure(int result) {
     return result == 0 ? std::nullopt : std::optional(posixError(errno));
 }
@@ -29,7 +25,7 @@ std::optional<Error> failure(int result) {
 } // namespace
 
 Result<std::string> extendedAttribute(const std::string& path, const std::string& name) {
-    if (!isWhole(path) || !isWhole(name)) {
+    if (holdsZeroByte(path) || holdsZeroByte(name)) {
         return posixError(EINVAL);
     }
     std::string bytes(kMostBytes, '\0');
@@ -44,7 +40,7 @@ Result<std::string> extendedAttribute(const std::string& path, const std::string
 
 std::optional<Error> setExtendedAttribute(const std::string& path, const std::string& name,
                                           std::string_view bytes) {
-    if (!isWhole(path) || !isWhole(name)) {
+    if (holdsZeroByte(path) || holdsZeroByte(name)) {
         return posixError(EINVAL);
     }
     return failure(
@@ -52,7 +48,7 @@ std::optional<Error> setExtendedAttribute(const std::string& path, const std::st
 }
 
 std::optional<Error> removeExtendedAttribute(const std::string& path, const std::string& name) {
-    if (!isWhole(path) || !isWhole(name)) {
+    if (holdsZeroByte(path) || holdsZeroByte(name)) {
         return posixError(EINVAL);
     }
     return failure(::removexattr(path.c_str(), nameOnDisk(name).c_str()));

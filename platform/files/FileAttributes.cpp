@@ -1,5 +1,6 @@
 #include "platform/files/FileAttributes.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/ExtendedAttributes.h"
 #include "platform/files/FinderInfo.h"
@@ -63,8 +64,7 @@ std::string creationDateText(Date date) {
 
 FileAttributes fileAttributes(const std::string& path) {
     struct statx status {};
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos ||
+    if (holdsZeroByte(path) ||
         ::statx(AT_FDCWD, path.c_str(), 0, STATX_MTIME | STATX_BTIME, &status) != 0) {
         return {};
     }
@@ -81,7 +81,7 @@ FileAttributes fileAttributes(const std::string& path) {
 }
 
 std::optional<Error> setFileAttributes(const std::string& path, const FileAttributes& attributes) {
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     std::optional<Error> first;
@@ -104,7 +104,7 @@ std::optional<Error> setFileAttributes(const std::string& path, const FileAttrib
 }
 
 std::optional<Error> touch(const std::string& path) {
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     return ::utimensat(AT_FDCWD, path.c_str(), nullptr, 0) == 0 ? std::nullopt

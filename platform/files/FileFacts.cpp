@@ -1,5 +1,6 @@
 #include "platform/files/FileFacts.h"
 
+#include "base/text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
 #include "platform/files/FileIdentity.h"
@@ -15,14 +16,9 @@
 namespace fw {
 namespace {
 
-/// A path with a zero byte would be cut there and name another file.
-bool isWhole(const std::string& path) {
-    return path.find('\0') == std::string::npos;
-}
-
 std::optional<struct stat> statusOf(const std::string& path, int flags) {
     struct stat status {};
-    if (!isWhole(path) || ::fstatat(AT_FDCWD, path.c_str(), &status, flags) != 0) {
+    if (holdsZeroByte(path) || ::fstatat(AT_FDCWD, path.c_str(), &status, flags) != 0) {
         return std::nullopt;
     }
     return status;
@@ -36,7 +32,7 @@ bool isEntry(const std::string& path) {
 
 bool isMissing(const std::string& path) {
     struct stat status {};
-    if (!isWhole(path)) {
+    if (holdsZeroByte(path)) {
         return true;
     }
     return ::lstat(path.c_str(), &status) != 0 &&
@@ -69,7 +65,7 @@ bool isSameFile(const std::string& first, const std::string& second) {
 }
 
 Result<std::vector<std::string>> folderEntries(const std::string& path) {
-    if (!isWhole(path)) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     const FileDescriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

@@ -1,5 +1,7 @@
 #include "platform/files/FileIdentity.h"
 
+#include "base/text.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -26,8 +28,7 @@ bool isOnTheWay(const FileIdentity& place, fs::path path) {
 
 std::optional<FileIdentity> fileIdentity(const std::string& path) {
     struct stat status {};
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos || ::stat(path.c_str(), &status) != 0) {
+    if (holdsZeroByte(path) || ::stat(path.c_str(), &status) != 0) {
         return std::nullopt;
     }
     return FileIdentity{status.st_dev, status.st_ino};

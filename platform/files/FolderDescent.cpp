@@ -57,7 +57,7 @@ int FolderDescent::leave() {
 }
 
 int listNames(int folder, std::vector<std::string>& names) {
-    FileDescriptor own(::fcntl(folder, F_DUPFD_CLOEXEC, 0));
+    FileDescriptor own = FileDescriptor::duplicateOf(folder);
     const std::unique_ptr<DIR, int (*)(DIR*)> list(own ? ::fdopendir(own.get()) : nullptr,
                                                    ::closedir);
     if (!list) {

@@ -1,5 +1,6 @@
 #include "platform/files/Folders.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/FileFacts.h"
 #include "platform/files/actAsOwner.h"
@@ -51,9 +52,7 @@ int makeWithParents(const std::string& path, std::optional<mode_t> mode) {
 }
 
 std::optional<Error> make(const std::string& path, std::optional<mode_t> mode) {
-    // A path with a zero byte would be cut there and name another folder.
-    const bool isWhole = path.find('\0') == std::string::npos;
-    const int failure = isWhole ? makeWithParents(path, mode) : EINVAL;
+    const int failure = holdsZeroByte(path) ? EINVAL : makeWithParents(path, mode);
     return failure == 0 ? std::nullopt : std::optional(posixError(failure));
 }
 

@@ -118,24 +118,19 @@ private:
     std::vector<Level> levels_;
 };
 
-/// A path with a zero byte would be cut there and name another file.
-bool isWhole(const std::string& path) {
-    return path.find('\0') == std::string::npos;
-}
-
 } // namespace
 
 bool isImmutable(const std::string& path) {
-    return isWhole(path) && flagOf(AT_FDCWD, path).value_or(false);
+    return !holdsZeroByte(path) && flagOf(AT_FDCWD, path).value_or(false);
 }
 
 std::optional<Error> setImmutable(const std::string& path, bool isImmutable) {
-    const int failure = isWhole(path) ? setFlag(AT_FDCWD, path, isImmutable) : EINVAL;
+    const int failure = holdsZeroByte(path) ? EINVAL : setFlag(AT_FDCWD, path, isImmutable);
     return failure == 0 ? std::nullopt : std::optional(posixError(failure));
 }
 
 bool setContentsImmutable(const std::string& folder, bool isImmutable, const Failed& failed) {
-    if (!isWhole(folder)) {
+    if (holdsZeroByte(folder)) {
         return false;
     }
     FileDescriptor top(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

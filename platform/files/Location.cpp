@@ -26,8 +26,7 @@ int unsuitableName(std::string_view name) {
 } // namespace
 
 Result<Location> Location::of(const std::string& path) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     const std::string_view name = lastPathComponent(path);
@@ -42,7 +41,7 @@ Result<Location> Location::of(const std::string& path) {
 }
 
 Result<Location> Location::duplicate() const {
-    FileDescriptor own(::fcntl(folder.get(), F_DUPFD_CLOEXEC, 0));
+    FileDescriptor own = FileDescriptor::duplicateOf(folder.get());
     if (!own) {
         return posixError(errno);
     }

@@ -2,12 +2,16 @@
 
 #include <grp.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <mutex>
 #include <optional>
+#include <system_error>
 #include <vector>
 
 namespace fw {
@@ -20,22 +24,46 @@ struct Owner {
     gid_t group;
 };
 
-/// Nothing when the way belongs to the superuser as far as it exists.
-std::optional<Owner> otherOwnerOnTheWay(const std::string& path) {
-    std::size_t end = 0;
-    while (end != std::string::npos) {
-        end = path.find('/', end + 1);
-        struct stat status {};
-        if (::lstat(path.substr(0, end).c_str(), &status) != 0) {
+/// A way through folders and links.
+class Way {
+public:
+    /// Nothing when it all belongs to the superuser, as far as it exists. The path's first `known`
+    /// bytes do.
+    std::optional<Owner> otherOwner(const std::string& path, std::size_t known = 0) {
+        std::size_t end = known;
+        while (end != std::string::npos) {
+            end = path.find('/', end + 1);
+            const std::string place = path.substr(0, end);
+            struct stat status {};
+            if (::lstat(place.c_str(), &status) != 0) {
+                return std::nullopt;
+            }
+            const bool isLink = S_ISLNK(status.st_mode);
+            if ((isLink || S_ISDIR(status.st_mode)) && status.st_uid != kSuperuser) {
+                return Owner{status.st_uid, status.st_gid};
+            }
+            if (const auto owner = isLink ? otherOwnerBehind(place) : std::nullopt) {
+                return owner;
+            }
+        }
+        return std::nullopt;
+    }
+
+private:
+    /// The superuser's own link may lead through the folders of others.
+    std::optional<Owner> otherOwnerBehind(const std::string& link) {
+        std::error_code failure;
+        const std::string target = std::filesystem::read_symlink(link, failure).string();
+        if (failure || linksLeft_ == 0) {
             return std::nullopt;
         }
-        const bool canLead = S_ISDIR(status.st_mode) || S_ISLNK(status.st_mode);
-        if (canLead && status.st_uid != kSuperuser) {
-            return Owner{status.st_uid, status.st_gid};
-        }
+        --linksLeft_;
+        const std::size_t known = target.starts_with('/') ? 0 : link.rfind('/') + 1;
+        return otherOwner(link.substr(0, known) + target, known);
     }
-    return std::nullopt;
-}
+
+    int linksLeft_ = 40; ///< The system itself follows no more.
+};
 
 /// The system's own calls tell nothing but the identity that was there before.
 constexpr auto kAsk = static_cast<uid_t>(-1);
@@ -60,6 +88,32 @@ bool setOtherGroups(const std::vector<gid_t>& groups) {
     return ::syscall(SYS_setgroups, groups.size(), groups.data()) == 0;
 }
 
+/// Whether the process may leave a core dump ends, for all of it, when a thread changes its rights.
+/// It is as before when the last of these goes; not earlier, for the dump of a thread with another
+/// user's rights would belong to that user.
+class KeptDumpability {
+public:
+    KeptDumpability() {
+        const std::lock_guard lock(mutex_);
+        if (count_++ == 0) {
+            before_ = ::prctl(PR_GET_DUMPABLE);
+        }
+    }
+    ~KeptDumpability() {
+        const std::lock_guard lock(mutex_);
+        if (--count_ == 0) {
+            ::prctl(PR_SET_DUMPABLE, before_);
+        }
+    }
+    KeptDumpability(const KeptDumpability&) = delete;
+    KeptDumpability& operator=(const KeptDumpability&) = delete;
+
+private:
+    static inline std::mutex mutex_;
+    static inline int count_ = 0;
+    static inline int before_ = 0;
+};
+
 /// This thread's rights to files are another user's while it lives.
 class RightsOf {
 public:
@@ -80,6 +134,7 @@ public:
     bool worked() const { return worked_; }
 
 private:
+    KeptDumpability dumpability_; ///< The first: it goes when the rights are back.
     uid_t user_ = fileUser();
     gid_t group_ = fileGroup();
     std::vector<gid_t> groups_ = otherGroups();
@@ -90,7 +145,7 @@ private:
 
 Actor actAsOwner(const std::string& path, const std::function<void()>& action) {
     const std::optional<Owner> owner =
-        ::geteuid() == kSuperuser ? otherOwnerOnTheWay(path) : std::nullopt;
+        ::geteuid() == kSuperuser ? Way().otherOwner(path) : std::nullopt;
     if (!owner) {
         action();
         return Actor::kSelf;

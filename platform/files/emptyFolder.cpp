@@ -1,5 +1,6 @@
 #include "platform/files/emptyFolder.h"
 
+#include "base/text.h"
 #include "platform/files/FolderDescent.h"
 
 #include <fcntl.h>
@@ -33,7 +34,7 @@ bool listWhatCounts(int folder, const std::function<bool(std::string_view)>& cou
 
 bool isFolderWithoutFiles(const std::string& path,
                           const std::function<bool(std::string_view name)>& countsNot) {
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return false;
     }
     FileDescriptor top(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));

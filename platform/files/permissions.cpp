@@ -1,5 +1,6 @@
 #include "platform/files/permissions.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/files/fileModes.h"
 
@@ -10,8 +11,7 @@
 namespace fw {
 
 std::optional<Error> setPermissions(const std::string& path, unsigned permissions) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     return ::chmod(path.c_str(), permissions & kPermissions) == 0

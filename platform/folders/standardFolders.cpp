@@ -52,8 +52,7 @@ std::string expanded(std::string_view path) {
     if (!path.starts_with('~')) {
         return std::string(path);
     }
-    const std::string base = userBase();
-    return base.empty() ? base : appendedPathComponent(base, path.substr(1));
+    return pathInFolder(userBase(), path.substr(1));
 }
 
 } // namespace

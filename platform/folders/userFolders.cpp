@@ -54,8 +54,7 @@ std::string cacheFolder() {
     if (folder.starts_with('/')) {
         return folder;
     }
-    const std::string home = homeFolder();
-    return home.empty() ? home : appendedPathComponent(home, ".cache");
+    return pathInFolder(homeFolder(), ".cache");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/plist/PlainXml.h"
 
+#include "base/text.h"
 #include "platform/plist/LeafText.h"
 
 #include <algorithm>
@@ -167,8 +168,7 @@ std::optional<std::string> plainXml(std::string_view xml) {
     if (xml.starts_with(kByteOrderMark)) {
         xml.remove_prefix(kByteOrderMark.size());
     }
-    const bool holdsZero = xml.find('\0') != std::string_view::npos;
-    return holdsZero ? std::nullopt : Copy(xml).whole();
+    return holdsZeroByte(xml) ? std::nullopt : Copy(xml).whole();
 }
 
 } // namespace fw

@@ -1,5 +1,6 @@
 #include "platform/plist/PropertyListFile.h"
 
+#include "base/text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/PosixError.h"
 #include "platform/files/AtomicFile.h"
@@ -39,8 +40,7 @@ Result<std::string> readUpToLimit(int descriptor) {
 }
 
 Result<std::string> readSmallFile(const std::string& path) {
-    // A path with a zero byte would be cut there and name another file.
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return posixError(EINVAL);
     }
     const FileDescriptor file = openFile(AT_FDCWD, path, O_RDONLY);

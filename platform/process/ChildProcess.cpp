@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <fcntl.h>
 #include <utility>
 
 // The header of glibc 2.36 lacks it.
@@ -128,7 +127,7 @@ void ChildProcess::letGo() {
     closeOutput();
     closeError();
     whenReleased_ = WhenReleased::kLeave;
-    FileDescriptor copy(::fcntl(processDescriptor_.get(), F_DUPFD_CLOEXEC, 0));
+    FileDescriptor copy = FileDescriptor::duplicateOf(processDescriptor_.get());
     if (!poll() && copy) {
         reapWhenEnded(std::move(copy));
     }

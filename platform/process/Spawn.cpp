@@ -1,5 +1,6 @@
 #include "platform/process/Spawn.h"
 
+#include "base/text.h"
 #include "platform/PosixError.h"
 #include "platform/process/ChildEnvironment.h"
 #include "platform/process/ChildProcess.h"
@@ -83,11 +84,11 @@ int moveOffStandardStreams(FileDescriptor& descriptor) {
     if (descriptor.get() > STDERR_FILENO) {
         return 0;
     }
-    const int moved = ::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (moved < 0) {
+    FileDescriptor moved = FileDescriptor::duplicateOf(descriptor.get(), STDERR_FILENO + 1);
+    if (!moved) {
         return errno;
     }
-    descriptor = FileDescriptor(moved);
+    descriptor = std::move(moved);
     return 0;
 }
 
@@ -105,7 +106,7 @@ int openPipe(Pipe& pipe) {
 
 /// A descriptor of our own for the same thing, away from the places of the standard streams.
 int copyDescriptor(int descriptor, FileDescriptor& copy) {
-    copy = FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    copy = FileDescriptor::duplicateOf(descriptor, STDERR_FILENO + 1);
     return copy ? 0 : errno;
 }
 
@@ -165,6 +166,13 @@ int directStreams(const ChildProcessOptions& options, FileActions& actions, Pipe
     return failure != 0 ? failure : actions.closeFrom(STDERR_FILENO + 1);
 }
 
+/// Once the child has ends of its own. A stream without a pipe has none here.
+void closeEndsOfChild(Pipes& pipes) {
+    pipes.input.readingEnd.reset();
+    pipes.output.writingEnd.reset();
+    pipes.error.writingEnd.reset();
+}
+
 /// Texts as the system wants them; they stay with their owner.
 class TextVector {
 public:
@@ -182,11 +190,6 @@ public:
 private:
     std::vector<char*> texts_;
 };
-
-/// The system would take the text up to a zero byte for the whole.
-bool holdsZeroByte(const std::string& text) {
-    return text.find('\0') != std::string::npos;
-}
 
 bool isCutByTheSystem(const ChildProcessOptions& options) {
     const auto anyCut = [](const std::vector<std::string>& texts) {
@@ -243,6 +246,7 @@ Result<SpawnedChild> spawn(const ChildProcessOptions& options) {
     if (failure != 0) {
         return posixError(failure);
     }
+    closeEndsOfChild(pipes); // Room, too, where another thread takes and keeps what is next.
     room.reset();
     child.process = descriptorOfStarted(child.processId);
     child.input = std::move(pipes.input.writingEnd);

@@ -102,9 +102,8 @@ std::string toolPath(const std::string& path) {
 
 bool isExecutableFile(const std::string& path) {
     struct stat status {};
-    // A path with a zero byte would be cut there and name another file.
-    return path.find('\0') == std::string::npos && ::stat(path.c_str(), &status) == 0 &&
-           S_ISREG(status.st_mode) && ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
+    return !holdsZeroByte(path) && ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+           ::faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
 }
 
 StandInTools setStandInTools(StandInTools tools) {

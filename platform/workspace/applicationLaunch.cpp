@@ -73,7 +73,7 @@ std::string absolutePath(const std::string& path) {
 
 /// The system would take the path up to a zero byte for the whole.
 bool isUsable(const std::string& path) {
-    return !path.empty() && path.find('\0') == std::string::npos;
+    return !path.empty() && !holdsZeroByte(path);
 }
 
 } // namespace

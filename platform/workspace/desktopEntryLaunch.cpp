@@ -1,5 +1,6 @@
 #include "platform/workspace/desktopEntryLaunch.h"
 
+#include "base/text.h"
 #include "platform/FileDescriptor.h"
 
 #include <fcntl.h>
@@ -41,7 +42,7 @@ private:
 };
 
 std::optional<std::string> urlOf(const std::string& file) {
-    if (file.empty() || file.find('\0') != std::string::npos) {
+    if (file.empty() || holdsZeroByte(file)) {
         return std::nullopt;
     }
     if (file.starts_with("file://")) {

@@ -17,8 +17,7 @@ constexpr auto kExtensions = std::to_array<std::string_view>(
 
 bool hasType(const std::string& path, mode_t type) {
     struct stat status {};
-    // A path with a zero byte would be cut there and name another file.
-    return path.find('\0') == std::string::npos && ::stat(path.c_str(), &status) == 0 &&
+    return !holdsZeroByte(path) && ::stat(path.c_str(), &status) == 0 &&
            (status.st_mode & S_IFMT) == type;
 }
 

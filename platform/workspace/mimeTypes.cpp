@@ -15,7 +15,7 @@ using Text = std::unique_ptr<char, decltype([](char* text) { g_free(text); })>;
 bool canEndAName(const std::string& extension) {
     constexpr std::size_t kLongest = 250; // With "x." no name is longer than 255 bytes.
     return !extension.empty() && extension.size() <= kLongest &&
-           extension.find('/') == std::string::npos && extension.find('\0') == std::string::npos &&
+           extension.find('/') == std::string::npos && !holdsZeroByte(extension) &&
            repairedUtf8(extension) == extension;
 }
 

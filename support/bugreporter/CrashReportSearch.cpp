@@ -15,11 +15,6 @@
 namespace fw {
 namespace {
 
-/// Empty in an unknown folder.
-std::string inFolder(const std::string& folder, const char* name) {
-    return folder.empty() ? folder : appendedPathComponent(folder, name);
-}
-
 /// The last matching name; empty when there is none or the folder cannot be listed.
 std::string lastReportName(const std::string& folder, const std::string& applicationName) {
     const std::string start = lowerCased(applicationName) + '_';
@@ -54,8 +49,8 @@ std::vector<std::string> crashReportFolders() {
     std::vector<std::string> folders;
     for (const bool userDomain : {true, false}) {
         const std::string logs = FWLocalPaths::logDirectory(userDomain);
-        folders.push_back(inFolder(logs, "CrashReporter"));
-        folders.push_back(inFolder(logs, "DiagnosticReports"));
+        folders.push_back(pathInFolder(logs, "CrashReporter"));
+        folders.push_back(pathInFolder(logs, "DiagnosticReports"));
     }
     std::erase(folders, std::string());
     return folders;
@@ -64,7 +59,7 @@ std::vector<std::string> crashReportFolders() {
 } // namespace
 
 std::string ownCrashReportFolder() {
-    return inFolder(FWLocalPaths::logDirectory(true), "DiagnosticReports");
+    return pathInFolder(FWLocalPaths::logDirectory(true), "DiagnosticReports");
 }
 
 std::string crashReportSince(std::chrono::system_clock::time_point launch,

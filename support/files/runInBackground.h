@@ -11,7 +11,8 @@ namespace fw {
 /// thread.
 [[nodiscard]] std::optional<std::string> runInBackground(std::function<void()> function);
 
-/// Waits until everything that runs in the background has ended. Safe from any thread but those.
+/// Waits until everything that runs in the background has ended. For tests only, which must not end
+/// before; a program goes without waiting. Safe from any thread but those.
 void finishBackground();
 
 } // namespace fw

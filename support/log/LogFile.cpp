@@ -1,14 +1,15 @@
 #include "support/log/LogFile.h"
 
+#include "base/text.h"
+#include "platform/PosixError.h"
 #include "platform/files/openFile.h"
+#include "platform/files/writeAll.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <thread>
 
 namespace fw {
@@ -30,7 +31,7 @@ off_t sizeWhenTorn(int file) {
 } // namespace
 
 std::shared_ptr<LogFile> LogFile::open(const std::string& path) {
-    if (path.find('\0') != std::string::npos) {
+    if (holdsZeroByte(path)) {
         return nullptr;
     }
     // Not blocking: a pipe that nobody reads must not hold the log up for ever.
@@ -69,21 +70,9 @@ bool LogFile::isLineTorn() const {
 }
 
 LogFile::Outcome LogFile::write(std::string_view bytes) {
-    Outcome outcome;
-    while (outcome.bytes < bytes.size()) {
-        const std::string_view rest = bytes.substr(outcome.bytes);
-        const ssize_t length = ::write(file_.get(), rest.data(), rest.size());
-        if (length == 0) {
-            errno = EIO; // To ask again might never end.
-        }
-        if (length > 0) {
-            outcome.bytes += static_cast<std::size_t>(length);
-        } else if (errno != EINTR) {
-            outcome.error = Error{"POSIX", errno, std::strerror(errno)};
-            break;
-        }
-    }
-    return outcome;
+    const Written written = writePieces(::write, file_.get(), bytes.data(), bytes.size());
+    return {written.bytes,
+            written.failure == 0 ? std::nullopt : std::optional(posixError(written.failure))};
 }
 
 } // namespace fw

@@ -1,6 +1,7 @@
 #include "support/log/LogGenerations.h"
 
 #include "base/FormattedText.h"
+#include "base/text.h"
 #include "platform/FileDescriptor.h"
 #include "platform/files/AtomicFile.h"
 #include "platform/files/Folders.h"
@@ -21,12 +22,11 @@ namespace {
 constexpr mode_t kLogMode = 0644;
 
 std::string logFolder(bool userDomain) {
-    const std::string library = FWLocalPaths::libraryDirectory(userDomain);
-    return library.empty() ? "" : library + "/Logs/Fernwick";
+    return pathInFolder(FWLocalPaths::libraryDirectory(userDomain), "Logs/Fernwick");
 }
 
 std::string logFile(const std::string& folder, const std::string& appName, int generation) {
-    return folder.empty() ? "" : folder + formattedText("/%@.%li.log", appName, generation);
+    return pathInFolder(folder, formattedText("%@.%li.log", appName, generation));
 }
 
 bool isTaken(const std::string& path) {

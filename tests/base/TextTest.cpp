@@ -244,6 +244,15 @@ TEST(WithoutLastCharacters, drops_whole_characters) {
     EXPECT_EQ(withoutLastCharacters("abc", 4), "");
 }
 
+TEST(HoldsZeroByte, sees_one_anywhere) {
+    using namespace std::string_view_literals;
+    EXPECT_TRUE(holdsZeroByte("\0"sv));
+    EXPECT_TRUE(holdsZeroByte("a\0b"sv));
+    EXPECT_TRUE(holdsZeroByte("a\0"sv));
+    EXPECT_FALSE(holdsZeroByte(""));
+    EXPECT_FALSE(holdsZeroByte("a"));
+}
+
 TEST(LastPathComponent, takes_no_notice_of_trailing_slashes) {
     EXPECT_EQ(lastPathComponent("/a/b///"), "b");
     EXPECT_EQ(lastPathComponent("a/"), "a");
@@ -266,6 +275,12 @@ TEST(AppendedPathComponent, an_empty_side_adds_nothing) {
     EXPECT_EQ(appendedPathComponent("/a/", "/"), "/a");
     EXPECT_EQ(appendedPathComponent("/", ""), "/");
     EXPECT_EQ(appendedPathComponent("", ""), "");
+}
+
+TEST(PathInFolder, is_empty_in_an_unknown_folder) {
+    EXPECT_EQ(pathInFolder("", "b"), "");
+    EXPECT_EQ(pathInFolder("/a/", "b"), "/a/b");
+    EXPECT_EQ(pathInFolder("/", "b"), "/b");
 }
 
 TEST(PathExtension, is_what_follows_the_last_dot_of_the_last_component) {

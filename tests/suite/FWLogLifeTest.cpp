@@ -1,5 +1,6 @@
 #include "platform/FileDescriptor.h"
 #include "tests/suite/LogHome.h"
+#include "tests/support/LeasedFile.h"
 
 #include <algorithm>
 #include <array>
@@ -98,6 +99,19 @@ TEST_F(FWLogLifeTest, UpToTenWaitingLinesAreWaitedForAtExitAndMoreAreNot) {
 TEST_F(FWLogLifeTest, TheMainThreadNeverWaitsForTheLog) {
     const FileDescriptor reader = stuckPipe();
     EXPECT_EQ(home.outputOf({"append=short", "die"}), "");
+}
+
+TEST_F(FWLogLifeTest, NamesAreToldWhileTheOpeningOfTheLogWaits) {
+    const std::string log = home.log(1, "log_probe");
+    home.write(log, "");
+    test::LeasedFile lease(log, std::chrono::seconds(1));
+    if (!lease.isHeld()) {
+        GTEST_SKIP() << test::kNoLeases;
+    }
+    EXPECT_EQ(home.outputOf({"fast=x", "opening=" + log, "name", "logs", "held=" + log}),
+              "log_probe\n" + log + "\nheld\n");
+    EXPECT_TRUE(lease.wasGivenUp());
+    EXPECT_THAT(home.texts(1, "log_probe"), ElementsAre("x"));
 }
 
 TEST_F(FWLogLifeTest, AShortLineOfAnotherThreadIsOnDiskWhenTheCallReturns) {

@@ -11,6 +11,8 @@
 //   waits=TEXT          whether appending on a second thread returned with nothing waiting
 //   again               another process begins the superuser's log "Probe" meanwhile
 //   write=FILE:TEXT     puts a file into the home
+//   opening=FILE        waits until an opening of the file waits for the end of a lease
+//   held=FILE           whether one does
 //   short=TEXT          appends on a second thread and ends the process at once
 //   finish  counters  name  logs  singleton  size-limit=BYTES  die
 //   no-threads          goes on as an ordinary user who may start no more threads
@@ -19,6 +21,7 @@
 #include "platform/folders/folderServices.h"
 #include "support/FWLog.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +33,7 @@
 #include <string>
 #include <string_view>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -136,6 +140,27 @@ void callWithoutFormat() {
     FWLog::debugPrint(std::nullopt);
 }
 
+/// Whether an opening of this file waits for the end of a lease.
+bool isLeaseBroken(const std::string& path) {
+    struct stat status {};
+    ::stat(path.c_str(), &status);
+    const std::string inode = ':' + std::to_string(status.st_ino) + ' ';
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find("BREAKING") != std::string::npos && line.find(inode) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void waitForOpening(const std::string& path) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!isLeaseBroken(path) && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
 using Instruction = std::function<void(const std::string&)>;
 const std::map<std::string_view, Instruction>& instructions() {
     static const std::map<std::string_view, Instruction> all = {
@@ -215,6 +240,11 @@ const std::map<std::string_view, Instruction>& instructions() {
                  std::filesystem::path(std::getenv("HOME")) / fileAndText.substr(0, colon);
              std::filesystem::create_directories(file.parent_path());
              std::ofstream(file) << fileAndText.substr(colon + 1);
+         }},
+        {"opening", waitForOpening},
+        {"held",
+         [](const std::string& path) {
+             std::puts(isLeaseBroken(path) ? "held" : "free");
          }},
         {"again",
          [](const std::string&) {

@@ -13,11 +13,10 @@
 namespace fw::test {
 namespace {
 
-constexpr timespec kMoment{0, 100'000'000};
 constexpr timespec kLongest{60, 0}; // The kernel itself takes a lease away after 45 s.
 
 /// The process that holds it; only calls that are allowed after a fork among threads.
-[[noreturn]] void hold(const char* path, int toldWhenHeld) {
+[[noreturn]] void hold(const char* path, const timespec& moment, int toldWhenHeld) {
     sigset_t broken;
     sigemptyset(&broken);
     sigaddset(&broken, SIGIO);
@@ -27,14 +26,16 @@ constexpr timespec kLongest{60, 0}; // The kernel itself takes a lease away afte
         ::sigtimedwait(&broken, nullptr, &kLongest) != SIGIO) {
         ::_exit(EXIT_FAILURE);
     }
-    ::nanosleep(&kMoment, nullptr);
+    ::nanosleep(&moment, nullptr);
     ::fcntl(file, F_SETLEASE, F_UNLCK);
     ::_exit(EXIT_SUCCESS);
 }
 
 } // namespace
 
-LeasedFile::LeasedFile(const std::string& path) {
+LeasedFile::LeasedFile(const std::string& path, std::chrono::milliseconds moment) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(moment);
+    const timespec time{seconds.count(), std::chrono::nanoseconds(moment - seconds).count()};
     std::array<int, 2> ends = {-1, -1};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
         return;
@@ -43,7 +44,7 @@ LeasedFile::LeasedFile(const std::string& path) {
     FileDescriptor writing(ends[1]);
     holder_ = ::fork();
     if (holder_ == 0) {
-        hold(path.c_str(), writing.get());
+        hold(path.c_str(), time, writing.get());
     }
     writing.reset();
     char told = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <sys/types.h>
 
@@ -12,7 +13,8 @@ constexpr const char* kNoLeases = "the temporary folder's file system has no lea
 /// it gives it up a moment after somebody else has opened the file, who waits until then.
 class LeasedFile {
 public:
-    explicit LeasedFile(const std::string& path);
+    explicit LeasedFile(const std::string& path,
+                        std::chrono::milliseconds moment = std::chrono::milliseconds(100));
     ~LeasedFile();
     LeasedFile(const LeasedFile&) = delete;
     LeasedFile& operator=(const LeasedFile&) = delete;

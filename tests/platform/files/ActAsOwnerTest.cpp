@@ -8,6 +8,7 @@
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -92,6 +93,54 @@ TEST_F(ActAsOwner, AUsersLinkDoesNotReachWhatTheyMayNotWrite) {
     EXPECT_EQ(statusOf(folder.file("secret")).st_uid, 0U);
 }
 
+TEST_F(ActAsOwner, ALinkOfRootsLeadsToTheUserWhoseFolderItMeans) {
+    for (const std::string& target : {home, std::string("home"), home + "/", home + "/missing"}) {
+        const std::string link = folder.file("link");
+        std::filesystem::create_symlink(target, link);
+        EXPECT_EQ(actAsOwner(link + "/Library", [] {}), Actor::kOwner) << target;
+        EXPECT_EQ(actAsOwner(link, [] {}), Actor::kOwner) << target;
+        std::filesystem::remove(link);
+    }
+    std::filesystem::create_symlink(home, folder.file("relocated"));
+    EXPECT_EQ(makePrivateFolder(folder.file("relocated/Library/Logs")), std::nullopt);
+    EXPECT_EQ(statusOf(home + "/Library").st_uid, kUser);
+    EXPECT_EQ(statusOf(home + "/Library/Logs").st_uid, kUser);
+}
+
+TEST_F(ActAsOwner, WhoeverOwnsAnythingBehindLinksOfRootsDecides) {
+    ASSERT_EQ(::mkdir(folder.file("roots").c_str(), 0755), 0);
+    makeUsersLink(folder.path(), home + "/back");
+    std::filesystem::create_symlink("../second", folder.file("roots/first"));
+    std::filesystem::create_symlink("home/back/roots", folder.file("second"));
+    EXPECT_EQ(write(folder.file("roots/first/file")), Actor::kOwner);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("roots/file")))
+        << "the user's link leads where they may not write";
+}
+
+TEST_F(ActAsOwner, LinksOfRootsAmongRootsThingsChangeNothing) {
+    std::filesystem::create_symlink("secret", folder.file("file"));
+    std::filesystem::create_symlink(".", folder.file("here"));
+    std::filesystem::create_symlink("missing", folder.file("nowhere"));
+    for (const char* path : {"file", "here/here/../here/new", "nowhere", "nowhere/file"}) {
+        EXPECT_EQ(actAsOwner(folder.file(path), [] {}), Actor::kSelf) << path;
+    }
+}
+
+TEST_F(ActAsOwner, LinksAreFollowedAsFarAsTheSystemFollowsThem) {
+    constexpr int kMostLinks = 40;
+    std::string last = home;
+    for (int i = 0; i < kMostLinks; ++i) {
+        const std::string next = folder.file("link" + std::to_string(i));
+        std::filesystem::create_symlink(last, next);
+        last = next;
+    }
+    EXPECT_EQ(write(last + "/file"), Actor::kOwner);
+    EXPECT_EQ(statusOf(home + "/file").st_uid, kUser);
+    std::filesystem::create_symlink("b", folder.file("a"));
+    std::filesystem::create_symlink("a", folder.file("b"));
+    EXPECT_EQ(write(folder.file("a/file")), Actor::kSelf) << "nothing can be made there";
+}
+
 TEST_F(ActAsOwner, TheFirstOtherUserOnTheWayDecides) {
     ASSERT_EQ(::mkdir((home + "/roots").c_str(), 0700), 0);
     EXPECT_EQ(write(home + "/roots/file"), Actor::kOwner);
@@ -123,6 +172,41 @@ TEST_F(ActAsOwner, OtherGroupsOfRootsAreLaidDownAndComeBackToo) {
     ASSERT_EQ(::setgroups(before.size(), before.data()), 0);
     EXPECT_EQ(during, 0);
     EXPECT_EQ(after, 1);
+}
+
+/// Whether this process may leave a core dump.
+int dumpability() {
+    return ::prctl(PR_GET_DUMPABLE);
+}
+
+TEST_F(ActAsOwner, AfterwardsTheProcessMayLeaveACoreDumpAsBefore) {
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    actAsOwner(home, [&] { actAsOwner(home, [] {}); });
+    EXPECT_EQ(dumpability(), 1);
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 0), 0);
+    actAsOwner(home, [] {});
+    const int after = dumpability();
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    EXPECT_EQ(after, 0);
+}
+
+TEST_F(ActAsOwner, ThereIsNoCoreDumpOfRootsForTheUserWhileAnyThreadActsForThem) {
+    ASSERT_EQ(::prctl(PR_SET_DUMPABLE, 1), 0);
+    std::promise<void> isActing;
+    std::promise<void> mayEnd;
+    std::jthread other([&] {
+        actAsOwner(home, [&] {
+            isActing.set_value();
+            mayEnd.get_future().wait();
+        });
+    });
+    isActing.get_future().wait();
+    const int acting = dumpability();
+    actAsOwner(home, [] {});
+    EXPECT_EQ(dumpability(), acting) << "as the system has it for changed rights";
+    mayEnd.set_value();
+    other.join();
+    EXPECT_EQ(dumpability(), 1);
 }
 
 TEST_F(ActAsOwner, OtherThreadsKeepTheirRights) {

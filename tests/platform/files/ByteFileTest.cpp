@@ -209,6 +209,18 @@ TEST_F(ByteFileTest, WritingAllToAFileThatTakesNoBytesEndsWithAnError) {
     EXPECT_EQ(writeAll([](int, const void*, std::size_t) { return ssize_t{0}; }, -1, "", 0), 0);
 }
 
+TEST_F(ByteFileTest, WritingTellsHowManyBytesWentBeforeAFailure) {
+    int calls = 0;
+    const auto write = [&](int, const void*, std::size_t) -> ssize_t {
+        ++calls;
+        errno = calls == 2 ? EINTR : ENOSPC;
+        return calls == 1 || calls == 3 ? 2 : -1;
+    };
+    const Written written = writePieces(write, -1, "a text", 6);
+    EXPECT_EQ(written.bytes, 4U) << "a signal between them is passed over";
+    EXPECT_EQ(written.failure, ENOSPC);
+}
+
 TEST_F(ByteFileTest, APositionThatCannotBeSetIsTold) {
     Result<ByteFile> file = ByteFile::openForUpdating(path("new"));
     EXPECT_FALSE(file.value().setPosition(UINT64_MAX));

@@ -3,8 +3,11 @@
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
+#include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -104,6 +107,53 @@ TEST_F(DescriptorShortage, WhatHasBegunIsNotCutOffWhenAnotherThreadTakesTheLastO
         }
         EXPECT_EQ(isMarked(options, ".begun"), static_cast<bool>(child));
         EXPECT_EQ(isMarked(options, ".done"), static_cast<bool>(child));
+    }
+}
+
+/// Takes the first descriptor that it gets while there is a child, and keeps it for some seconds.
+class Keeper {
+public:
+    /// Whether it gave up its descriptor because nothing else went on.
+    bool hasGivenUp() const { return hasGivenUp_; }
+
+private:
+    static bool isThereAChild() {
+        siginfo_t ended = {};
+        return ::waitid(P_ALL, 0, &ended, WEXITED | WNOHANG | WNOWAIT) == 0;
+    }
+    void keep(const std::stop_token& stop) {
+        FileDescriptor kept;
+        while (!stop.stop_requested() && !kept) {
+            kept = FewDescriptors::opened();
+            if (!isThereAChild()) {
+                kept.reset();
+                std::this_thread::yield();
+            }
+        }
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (!stop.stop_requested() && !hasGivenUp_) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            hasGivenUp_ = std::chrono::steady_clock::now() > end;
+        }
+    }
+
+    std::atomic<bool> hasGivenUp_ = false;
+    std::jthread thread_{[this](const std::stop_token& stop) {
+        keep(stop);
+    }};
+};
+
+TEST_F(DescriptorShortage, AChildWithPipesIsWatchedAlthoughAnotherThreadKeepsTheLastOne) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "The sanitizer needs a pipe itself to look at an object's type.";
+#endif
+    constexpr std::size_t kJustEnough = 7;
+    for (int started = 0; started < 50;) {
+        const FewDescriptors few(kJustEnough);
+        const Keeper keeper;
+        const auto child = ChildProcess::start(markingProgram(ChildStream::kPipe));
+        ASSERT_FALSE(keeper.hasGivenUp()) << "the child had to wait for it";
+        started += child ? 1 : 0;
     }
 }
 
