@@ -3,9 +3,9 @@
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
 #include "platform/files/mountRoot.h"
+#include "platform/files/unlinkEntry.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
@@ -52,13 +52,7 @@ private:
             isAnyLeft_ = true;
             return 0;
         }
-        return unlink(original.name, 0);
-    }
-
-    int unlink(const std::string& name, int flags) const {
-        // Somebody else may have been faster.
-        const bool isGone = ::unlinkat(way_.folder(), name.c_str(), flags) == 0 || errno == ENOENT;
-        return isGone ? 0 : errno;
+        return unlinkEntry(way_.folder(), original.name, 0);
     }
 
     int enter(const Original& original) {
@@ -80,7 +74,7 @@ private:
         if (const int failure = way_.leave(); failure != 0) {
             return failure;
         }
-        const int failure = unlink(name, AT_REMOVEDIR);
+        const int failure = unlinkEntry(way_.folder(), name, AT_REMOVEDIR);
         isAnyLeft_ = isAnyLeft_ || failure == ENOTEMPTY;
         return failure == ENOTEMPTY ? 0 : failure;
     }
