@@ -106,7 +106,8 @@ public:
     /// Moves a file or folder, to another file system too; what stands at the destination is in the
     /// way of the plain step. Whatever fails, the source is as it was or the destination is whole.
     /// On the way to another file system a file that changes stays where it is, and so does what
-    /// comes into a folder; the move then fails, and no rights are tried.
+    /// comes into a folder; the move then fails, and no rights are tried: these are for a source of
+    /// which all that is left is as it was copied.
     /// Paths that differ in the case of (ASCII) letters only are moved in two steps, through the
     /// uniqueFilename() of the destination.
     static bool moveFile(const std::string& source, const std::string& destination);

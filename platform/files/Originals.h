@@ -29,9 +29,11 @@ using Originals = std::vector<Original>;
 /// that it is one counts. Safe from any thread.
 bool hasChanged(const Location& place, const Original& original);
 
-/// Removes what was copied from the place, and nothing that has changed or come since (then EBUSY,
-/// when all else is removed); or why it failed (domain "POSIX"). What has gone meanwhile is no
-/// failure. Safe from any thread.
+/// Removes what was copied from the place, as far as it can, and nothing that has changed or come
+/// since. Nothing, or why something is left (domain "POSIX"): EBUSY unless all that is left is
+/// exactly what was copied, whose removal failed for another reason. What cannot be compared, as in
+/// a folder that can no longer be read, counts as changed; what has gone meanwhile is no failure.
+/// Safe from any thread.
 [[nodiscard]] std::optional<Error> removeOriginals(Location place, const Originals& originals);
 
 } // namespace fw

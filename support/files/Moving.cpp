@@ -69,7 +69,7 @@ void unlockDestination(const std::string& source, const std::string& destination
 /// What the plain move has left to do.
 bool finishWithRights(const Failed& failure, const std::string& source,
                       const std::string& destination) {
-    // Rights would not spare what is mounted there, or is being changed.
+    // Rights would not spare what is mounted there, or has changed since it was copied.
     if (failure.isBetween || failure.error.code == EBUSY || holdsMount(source)) {
         return false;
     }

@@ -36,7 +36,7 @@ std::optional<MoveFailure> moveToTrash(const std::string& path) {
 
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& path) {
-    // Rights would not spare what is mounted there, or is being changed.
+    // Rights would not spare what is mounted there, or has changed since it was copied.
     if (failure.error.code == EBUSY || holdsMount(path)) {
         return false;
     }
