@@ -27,7 +27,7 @@ std::optional<MoveFailure> moveToTrash(const std::string& path) {
         if (!failure) {
             return std::nullopt;
         }
-        if (failure->error.code != EEXIST) {
+        if (failure->error.code != EEXIST || failure->isDestinationWhole) {
             break;
         }
     }

@@ -550,6 +550,21 @@ TEST_F(FWFileManagerMoveTest, AFileThatBecomesAFolderAtTheLastMomentIsNotLeftToT
     EXPECT_TRUE(exists("a/1/late"));
 }
 
+TEST_F(FWFileManagerMoveTest, AFolderThatIsNotEmptyAtTheLastMomentIsNotLeftToTheRights) {
+    answer = true;
+    for (const int error : {ENOTEMPTY, EEXIST}) {
+        folder("a/inner");
+        fillAtRemoval(path("a/inner"), error);
+        EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b"))) << error;
+        EXPECT_EQ(logged()[logged().size() - 2], messages("a", "b", "Device or resource busy")[0])
+            << error;
+        EXPECT_EQ(contents("a/inner/late"), "late");
+        fs::remove_all(path("a"));
+        fs::remove_all(path("b"));
+    }
+    EXPECT_THAT(asked, IsEmpty());
+}
+
 TEST_F(FWFileManagerMoveTest, AFolderThatIsMovedAwayMeanwhileEndsTheRemoval) {
     const std::string deep = deepFolder("a", 40);
     made(deep.substr(path("").size()) + "/1", "1");

@@ -410,6 +410,20 @@ TEST_F(FWFileManagerTrashTest, WhatComesWhileItIsTrashedIsNotLeftToTheRights) {
     ::chmod(trashed("folder/inner").c_str(), 0755);
 }
 
+TEST_F(FWFileManagerTrashTest, WhatIsWholeInTheTrashIsNotPutThereOnceMore) {
+    answer = true;
+    for (const int error : {ENOTEMPTY, EEXIST}) {
+        folder("folder/inner");
+        fillAtRemoval(path("folder/inner"), error);
+        EXPECT_FALSE(FWFileManager::trashFile(path("folder"))) << error;
+        EXPECT_THAT(namesIn(trash()), ElementsAre("folder")) << error;
+        EXPECT_EQ(contents("folder/inner/late"), "late");
+        fs::remove_all(path("folder"));
+        fs::remove_all(trash());
+    }
+    EXPECT_THAT(asked, IsEmpty());
+}
+
 TEST_F(FWFileManagerTrashTest, AFailureIsNotLoggedAndTheRightsAreTried) {
     folder("folder");
     made("folder/file", "text");

@@ -107,6 +107,19 @@ void FileOperationTest::setFoldersApart() {
     setFileCalls(calls_);
 }
 
+void FileOperationTest::fillAtRemoval(const std::string& folder, int error) {
+    calls_.unlink = [folder, error](int from, const char* name, int flags) {
+        const bool isIt = fs::path(folder).filename() == name;
+        if (isIt) {
+            writeText(folder + "/late", "late");
+        }
+        const int result = ::unlinkat(from, name, flags);
+        errno = isIt && result != 0 ? error : errno;
+        return result;
+    };
+    setFoldersApart();
+}
+
 void FileOperationTest::failRead(int number) {
     atRead(
         number, [] {}, EIO);
