@@ -252,7 +252,8 @@ public:
     /// Writes files one after the other into one, which is created or overwritten; whether that
     /// came to its end. A source may be deleted when it has been taken in, without asking for
     /// rights, but none any more once something could not be written, which is told to the system
-    /// log and does not end the combination.
+    /// log and does not end the combination. A source that is written to or replaced before it
+    /// would be deleted stays, as one that cannot be deleted does; that is no failure.
     ///
     /// Deliberate: a single source is moved to the destination, deleted or not, in the place of
     /// what stands there, even a folder. A destination that is one of the sources, under whatever

@@ -149,6 +149,16 @@ Original Original::of(std::string name, const struct stat& status) {
     return {std::move(name), status.st_mode & S_IFMT, status.st_size, status.st_mtim};
 }
 
+std::optional<Original> originalAt(const std::string& path) {
+    const Result<Location> place = Location::of(path);
+    struct stat status {};
+    if (!place || ::fstatat(place.value().folder.get(), place.value().name.c_str(), &status,
+                            AT_SYMLINK_NOFOLLOW) != 0) {
+        return std::nullopt;
+    }
+    return Original::of(place.value().name, status);
+}
+
 bool hasChanged(const Location& place, const Original& original) {
     struct stat status {};
     return ::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&

@@ -25,6 +25,9 @@ struct Original {
 /// All that was copied, in that order: a folder, what is in it, its end.
 using Originals = std::vector<Original>;
 
+/// What stands at the path, a link itself; nothing when that cannot be told. Safe from any thread.
+std::optional<Original> originalAt(const std::string& path);
+
 /// Whether something else stands at the place by now, or it has been written to. Of a folder only
 /// that it is one counts. Safe from any thread.
 bool hasChanged(const Location& place, const Original& original);
