@@ -33,6 +33,14 @@ std::optional<FileIdentity> fileIdentity(const std::string& path) {
     return FileIdentity{status.st_dev, status.st_ino};
 }
 
+std::optional<FileIdentity> fileIdentity(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
 std::optional<FileIdentity> fileIdentity(const Location& place) {
     struct stat status {};
     if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {

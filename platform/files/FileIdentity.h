@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
 #include "platform/files/Location.h"
 
 #include <sys/types.h>
@@ -19,6 +20,8 @@ struct FileIdentity {
 
 /// That of the file at the path, links followed; nothing when there is none. Safe from any thread.
 std::optional<FileIdentity> fileIdentity(const std::string& path);
+/// That of an open file.
+std::optional<FileIdentity> fileIdentity(const FileDescriptor& file);
 /// That of the entry itself.
 std::optional<FileIdentity> fileIdentity(const Location& place);
 
