@@ -89,18 +89,11 @@ private:
 
     /// The same for what is not open.
     int made(int result, const std::string& newName) {
-        struct stat status {};
         if (result < 0) {
             return errno;
         }
-        if (made_) {
-            return 0;
-        }
-        if (::fstatat(to_.folder(), newName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            return errno;
-        }
-        made_ = FileIdentity{status.st_dev, status.st_ino};
-        return 0;
+        made_ = made_ ? made_ : fileIdentity(to_.folder(), newName);
+        return made_ ? 0 : errno;
     }
 
     void note(const std::string& name, const struct stat& status) {

@@ -98,7 +98,9 @@ std::optional<Error> removeUnfinished(const std::string& path) {
 }
 
 std::optional<Error> removeUnfinished(Location place, FileIdentity made) {
-    return fileIdentity(place) == made ? remove(std::move(place), Modes::kOpen) : std::nullopt;
+    return fileIdentity(place.folder.get(), place.name) == made
+               ? remove(std::move(place), Modes::kOpen)
+               : std::nullopt;
 }
 
 } // namespace fw
