@@ -77,7 +77,7 @@ std::optional<MoveFailure> moveAcross(Location from, Location to) {
         return MoveFailure{posixError(failure)};
     }
     if (const std::optional<Error> failure = removeOriginals(std::move(from), originals)) {
-        return MoveFailure{*failure, true};
+        return MoveFailure{*failure, true, std::move(originals)};
     }
     return std::nullopt;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Error.h"
+#include "platform/files/Originals.h"
 
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@ struct MoveFailure {
     /// All of it stands at the destination; what is left at the source could not be removed, and is
     /// as it was copied unless the error is EBUSY.
     bool isDestinationWhole = false;
+    Originals originals = {}; ///< What was copied, when the destination is whole.
 };
 
 /// Moves what stands at `source`, a link itself, to a path where nothing stands yet. Nothing, or

@@ -5,6 +5,7 @@
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
 #include "support/files/FileRights.h"
+#include "support/files/removeMovedSource.h"
 #include "support/files/waitUntil.h"
 
 #include <cerrno>
@@ -74,7 +75,7 @@ bool finishWithRights(const Failed& failure, const std::string& source,
         return false;
     }
     if (failure.isDestinationWhole) {
-        return withRights(&FileRights::removeFile, source);
+        return removeMovedSource(source, failure);
     }
     // Nor a file that is its own destination.
     return !isSameFile(source, destination) &&

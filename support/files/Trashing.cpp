@@ -6,6 +6,7 @@
 #include "support/FWFileManager.h"
 #include "support/FWLocalPaths.h"
 #include "support/files/FileRights.h"
+#include "support/files/removeMovedSource.h"
 #include "support/files/waitUntil.h"
 
 #include <cerrno>
@@ -40,8 +41,8 @@ bool finishWithRights(const MoveFailure& failure, const std::string& path) {
     if (failure.error.code == EBUSY || holdsMount(path)) {
         return false;
     }
-    return withRights(failure.isDestinationWhole ? &FileRights::removeFile : &FileRights::trashFile,
-                      path);
+    return failure.isDestinationWhole ? removeMovedSource(path, failure)
+                                      : withRights(&FileRights::trashFile, path);
 }
 
 } // namespace

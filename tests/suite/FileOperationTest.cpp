@@ -15,6 +15,9 @@ namespace fs = std::filesystem;
 
 FileOperationTest::FileOperationTest() {
     FileRights rights;
+    rights.obtain = [] {
+        return true;
+    };
     rights.removeFile = [this](const std::string& path) {
         return note("remove " + path);
     };
