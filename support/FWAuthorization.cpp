@@ -348,17 +348,17 @@ bool FWAuthorization::authTrashFile(const std::string& path,
     if (trash.empty()) {
         return false;
     }
-    const std::string destination =
-        freePlace(appendedPathComponent(trash, lastPathComponent(path)));
+    const std::string destination = appendedPathComponent(trash, lastPathComponent(path));
     if (removesOnRootAccount(deleteOnRootAccount)) {
-        return authRemoveFile(destination);
+        return authRemoveFile(freePlace(destination));
     }
     // What is refused does not leave a Trash behind either.
     if (!FWFileManager::fileExistsAtPath(path) || !authStart()) {
         return false;
     }
     makeOwnTrash(trash);
-    return authMoveFile(path, destination);
+    // Not before the user has answered: the move replaces what has taken the name meanwhile.
+    return authMoveFile(path, freePlace(destination));
 }
 
 bool FWAuthorization::authTrashFolderContents(const std::string& folder) {

@@ -106,7 +106,8 @@ public:
     /// Moves a file or folder, to another file system too; what stands at the destination is in the
     /// way of the plain step. Whatever fails, the source is as it was or the destination is whole.
     /// On the way to another file system a file that changes stays where it is, and so does what
-    /// comes into a folder; the move then fails, and no rights are tried.
+    /// comes into a folder; the move then fails, and no rights are tried: these are for a source of
+    /// which all that is left is as it was copied.
     /// Paths that differ in the case of (ASCII) letters only are moved in two steps, through the
     /// uniqueFilename() of the destination.
     static bool moveFile(const std::string& source, const std::string& destination);
@@ -251,7 +252,8 @@ public:
     /// Writes files one after the other into one, which is created or overwritten; whether that
     /// came to its end. A source may be deleted when it has been taken in, without asking for
     /// rights, but none any more once something could not be written, which is told to the system
-    /// log and does not end the combination.
+    /// log and does not end the combination. A source that is written to or replaced before it
+    /// would be deleted stays, as one that cannot be deleted does; that is no failure.
     ///
     /// Deliberate: a single source is moved to the destination, deleted or not, in the place of
     /// what stands there, even a folder. A destination that is one of the sources, under whatever

@@ -7,7 +7,7 @@
 
 // Zip archives (libarchive). For programs of one thread: the process's current folder and umask are
 // changed for moments. Errors have the domain "POSIX" or "Archive"; the description names what it
-// is about.
+// is about. A write beyond the process's limit of a file's size is an error too, not its end.
 namespace fw {
 
 /// Whether a folder's own name begins the names in its archive.

@@ -6,6 +6,7 @@
 #include "platform/archive/ZipArchive.h"
 #include "platform/archive/archiveError.h"
 #include "platform/archive/isReadBackUnchanged.h"
+#include "platform/files/SizeLimitAsError.h"
 
 #include <sys/stat.h>
 
@@ -174,6 +175,7 @@ std::string withoutSlashesAtEnd(const std::string& path) {
 
 std::optional<Error> createZipArchive(const std::string& source, const std::string& archive,
                                       KeepParent keepParent) {
+    const SizeLimitAsError limit; // What is unfinished is to go then, too.
     struct stat status {};
     if (::stat(source.c_str(), &status) != 0) {
         return fileError(errno, source);

@@ -4,6 +4,7 @@
 #include "platform/archive/UnpackFolder.h"
 #include "platform/archive/ZipArchive.h"
 #include "platform/archive/archiveError.h"
+#include "platform/files/SizeLimitAsError.h"
 
 #include <sys/stat.h>
 
@@ -158,6 +159,7 @@ std::optional<Error> ZipReading::unpackContents(const std::string& name) {
 } // namespace
 
 std::optional<Error> extractZipArchive(const std::string& archive, const std::string& folder) {
+    const SizeLimitAsError limit; // What is unfinished is to go then, too.
     UnpackFolder destination(folder);
     if (destination.failure()) {
         return destination.failure();

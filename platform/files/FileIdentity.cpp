@@ -13,6 +13,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// `result` is that of the call that has filled in the status.
+std::optional<FileIdentity> identityIn(const struct stat& status, int result) {
+    return result == 0 ? std::optional(FileIdentity{status.st_dev, status.st_ino}) : std::nullopt;
+}
+
 /// Whether the place is this path without links, or one of the folders that hold it.
 bool isOnTheWay(const FileIdentity& place, fs::path path) {
     for (fs::path last; path != last; path = path.parent_path()) {
@@ -28,18 +33,23 @@ bool isOnTheWay(const FileIdentity& place, fs::path path) {
 
 std::optional<FileIdentity> fileIdentity(const std::string& path) {
     struct stat status {};
-    if (holdsZeroByte(path) || ::stat(path.c_str(), &status) != 0) {
+    if (holdsZeroByte(path)) {
         return std::nullopt;
     }
-    return FileIdentity{status.st_dev, status.st_ino};
+    const int result = ::stat(path.c_str(), &status);
+    return identityIn(status, result);
 }
 
-std::optional<FileIdentity> fileIdentity(const Location& place) {
+std::optional<FileIdentity> fileIdentity(const FileDescriptor& file) {
     struct stat status {};
-    if (::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        return std::nullopt;
-    }
-    return FileIdentity{status.st_dev, status.st_ino};
+    const int result = ::fstat(file.get(), &status);
+    return identityIn(status, result);
+}
+
+std::optional<FileIdentity> fileIdentity(int folder, const std::string& name) {
+    struct stat status {};
+    const int result = ::fstatat(folder, name.c_str(), &status, AT_SYMLINK_NOFOLLOW);
+    return identityIn(status, result);
 }
 
 bool isAtOrIn(const std::string& path, const std::string& place) {

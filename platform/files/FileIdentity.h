@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/files/Location.h"
+#include "platform/FileDescriptor.h"
 
 #include <sys/types.h>
 
@@ -19,8 +19,10 @@ struct FileIdentity {
 
 /// That of the file at the path, links followed; nothing when there is none. Safe from any thread.
 std::optional<FileIdentity> fileIdentity(const std::string& path);
-/// That of the entry itself.
-std::optional<FileIdentity> fileIdentity(const Location& place);
+/// That of an open file.
+std::optional<FileIdentity> fileIdentity(const FileDescriptor& file);
+/// That of an entry of an open folder, a link itself.
+std::optional<FileIdentity> fileIdentity(int folder, const std::string& name);
 
 /// Whether what stands at the path, or what it points to when it is a link, is the place or lies in
 /// it, under whatever names. Safe from any thread.

@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -16,12 +15,6 @@ namespace {
 constexpr std::size_t kMostOpen = 32;
 constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-FileIdentity identityOf(int folder) {
-    struct stat status {};
-    return ::fstat(folder, &status) == 0 ? FileIdentity{status.st_dev, status.st_ino}
-                                         : FileIdentity();
-}
-
 } // namespace
 
 FolderDescent::FolderDescent(FileDescriptor top) {
@@ -33,7 +26,7 @@ int FolderDescent::enter(const std::string& name) {
     if (!next) {
         return errno;
     }
-    const FileIdentity identity = identityOf(next.get());
+    const std::optional<FileIdentity> identity = fileIdentity(next);
     levels_.push_back({std::move(next), identity});
     // Never the top, which may lie where nothing can be opened for reading.
     if (levels_.size() > kMostOpen) {
@@ -53,7 +46,7 @@ int FolderDescent::leave() {
     if (!level.descriptor) {
         return errno;
     }
-    return identityOf(level.descriptor.get()) == level.identity ? 0 : ESTALE;
+    return fileIdentity(level.descriptor) == level.identity ? 0 : ESTALE;
 }
 
 int listNames(int folder, std::vector<std::string>& names) {

@@ -3,6 +3,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/files/FileIdentity.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,8 +17,6 @@ public:
 
     /// The folder where the way has come to, open.
     int folder() const { return levels_.back().descriptor.get(); }
-    /// What tells it from others; only below the top.
-    FileIdentity identity() const { return levels_.back().identity; }
 
     [[nodiscard]] int enter(const std::string& name);
     /// Back to the folder above; ESTALE when somebody has moved this one away from there.
@@ -26,7 +25,7 @@ public:
 private:
     struct Level {
         FileDescriptor descriptor;
-        FileIdentity identity;
+        std::optional<FileIdentity> identity; ///< Not of the top.
     };
     std::vector<Level> levels_;
 };

@@ -25,13 +25,18 @@ struct Original {
 /// All that was copied, in that order: a folder, what is in it, its end.
 using Originals = std::vector<Original>;
 
+/// What stands at the path, a link itself; nothing when that cannot be told. Safe from any thread.
+std::optional<Original> originalAt(const std::string& path);
+
 /// Whether something else stands at the place by now, or it has been written to. Of a folder only
 /// that it is one counts. Safe from any thread.
 bool hasChanged(const Location& place, const Original& original);
 
-/// Removes what was copied from the place, and nothing that has changed or come since (then EBUSY,
-/// when all else is removed); or why it failed (domain "POSIX"). What has gone meanwhile is no
-/// failure. Safe from any thread.
+/// Removes what was copied from the place, as far as it can, and nothing that has changed or come
+/// since. Nothing, or why something is left (domain "POSIX"): EBUSY unless all that is left is
+/// exactly what was copied, whose removal failed for another reason. What cannot be compared, as in
+/// a folder that can no longer be read, counts as changed; what has gone meanwhile is no failure.
+/// Safe from any thread.
 [[nodiscard]] std::optional<Error> removeOriginals(Location place, const Originals& originals);
 
 } // namespace fw

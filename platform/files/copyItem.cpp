@@ -79,19 +79,21 @@ private:
     };
 
     /// Takes note of the copy when its first entry is made.
+    int made(const FileDescriptor& file) {
+        if (!file) {
+            return errno;
+        }
+        made_ = made_ ? made_ : fileIdentity(file);
+        return made_ ? 0 : errno;
+    }
+
+    /// The same for what is not open.
     int made(int result, const std::string& newName) {
-        struct stat status {};
         if (result < 0) {
             return errno;
         }
-        if (made_) {
-            return 0;
-        }
-        if (::fstatat(to_.folder(), newName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            return errno;
-        }
-        made_ = FileIdentity{status.st_dev, status.st_ino};
-        return 0;
+        made_ = made_ ? made_ : fileIdentity(to_.folder(), newName);
+        return made_ ? 0 : errno;
     }
 
     void note(const std::string& name, const struct stat& status) {
@@ -135,7 +137,7 @@ private:
         }
         FileDescriptor to(::openat(to_.folder(), newName.c_str(),
                                    O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerMayWrite));
-        if (const int failure = made(to.get(), newName); failure != 0) {
+        if (const int failure = made(to); failure != 0) {
             return failure;
         }
         note(name, status); // As it is before it is read.

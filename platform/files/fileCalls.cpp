@@ -29,6 +29,9 @@ std::shared_ptr<const FileCalls> completed(FileCalls calls) {
     if (!all->flushFileSystem) {
         all->flushFileSystem = ::syncfs;
     }
+    if (!all->unlink) {
+        all->unlink = ::unlinkat;
+    }
     return all;
 }
 

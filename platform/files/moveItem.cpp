@@ -1,6 +1,7 @@
 #include "platform/files/moveItem.h"
 
 #include "platform/PosixError.h"
+#include "platform/files/FileIdentity.h"
 #include "platform/files/Location.h"
 #include "platform/files/Originals.h"
 #include "platform/files/copyItem.h"
@@ -9,7 +10,6 @@
 #include "platform/files/removeItem.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,11 +18,6 @@
 
 namespace fw {
 namespace {
-
-bool isThere(const Location& place) {
-    struct stat status {};
-    return ::fstatat(place.folder.get(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
-}
 
 /// 0, or an errno. Nothing is replaced.
 int renameEntry(const Location& from, const Location& to) {
@@ -38,7 +33,7 @@ int renameEntry(const Location& from, const Location& to) {
         return failure;
     }
     // Not every file system can refuse to replace by itself.
-    return isThere(to) ? EEXIST : rename(0);
+    return fileIdentity(to.folder.get(), to.name) ? EEXIST : rename(0);
 }
 
 /// For flush(); opened before anything is written, so that no failure to write goes unheard.
@@ -82,7 +77,7 @@ std::optional<MoveFailure> moveAcross(Location from, Location to) {
         return MoveFailure{posixError(failure)};
     }
     if (const std::optional<Error> failure = removeOriginals(std::move(from), originals)) {
-        return MoveFailure{*failure, true};
+        return MoveFailure{*failure, true, std::move(originals)};
     }
     return std::nullopt;
 }

@@ -3,10 +3,10 @@
 #include "platform/PosixError.h"
 #include "platform/files/FolderDescent.h"
 #include "platform/files/mountRoot.h"
+#include "platform/files/unlinkEntry.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <utility>
@@ -40,16 +40,10 @@ private:
         std::vector<std::string> left;
     };
 
-    int unlink(const std::string& name, int flags) const {
-        // Somebody else may have been faster.
-        const bool isGone = ::unlinkat(way_.folder(), name.c_str(), flags) == 0 || errno == ENOENT;
-        return isGone ? 0 : errno;
-    }
-
     int removeNext() {
         const std::string name = std::move(levels_.back().left.back());
         levels_.back().left.pop_back();
-        const int failure = unlink(name, 0);
+        const int failure = unlinkEntry(way_.folder(), name, 0);
         return failure == EISDIR ? enter(name) : failure;
     }
 
@@ -65,7 +59,7 @@ private:
         }
         if (const int failure = way_.enter(name); failure != 0) {
             // An empty folder need not be readable to be removed.
-            return unlink(name, AT_REMOVEDIR) == 0 ? 0 : failure;
+            return unlinkEntry(way_.folder(), name, AT_REMOVEDIR) == 0 ? 0 : failure;
         }
         levels_.push_back({name, {}});
         return listNames(way_.folder(), levels_.back().left);
@@ -75,7 +69,7 @@ private:
         const std::string name = std::move(levels_.back().name);
         levels_.pop_back();
         const int failure = way_.leave();
-        return failure != 0 ? failure : unlink(name, AT_REMOVEDIR);
+        return failure != 0 ? failure : unlinkEntry(way_.folder(), name, AT_REMOVEDIR);
     }
 
     FolderDescent way_;
@@ -104,7 +98,9 @@ std::optional<Error> removeUnfinished(const std::string& path) {
 }
 
 std::optional<Error> removeUnfinished(Location place, FileIdentity made) {
-    return fileIdentity(place) == made ? remove(std::move(place), Modes::kOpen) : std::nullopt;
+    return fileIdentity(place.folder.get(), place.name) == made
+               ? remove(std::move(place), Modes::kOpen)
+               : std::nullopt;
 }
 
 } // namespace fw

@@ -3,6 +3,7 @@
 #include "platform/files/ByteFile.h"
 #include "platform/files/FileFacts.h"
 #include "platform/files/FileIdentity.h"
+#include "platform/files/Originals.h"
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
 #include "support/files/ChunkBuffer.h"
@@ -78,6 +79,11 @@ std::optional<DestinationFile> opened(const std::string& path, const Paths& sour
     return destination.truncate() ? std::optional(std::move(destination)) : std::nullopt;
 }
 
+bool isAsItWas(const std::string& path, const Original& source) {
+    const Result<Location> place = Location::of(path);
+    return place && !hasChanged(place.value(), source);
+}
+
 /// Several files on their way into one.
 class Combination {
 public:
@@ -86,11 +92,17 @@ public:
 
     /// The source at the end of what there is; false when the combination ends here.
     bool append(const std::string& path) {
-        const bool isTaken = take(path);
-        if (isTaken && deleteSourceFiles_ == DeleteSourceFiles::kYes) {
-            deleteWhenSafe(path);
+        if (deleteSourceFiles_ == DeleteSourceFiles::kNo) {
+            return take(path);
         }
-        return isTaken;
+        const std::optional<Original> source = originalAt(path); // As it is before it is opened.
+        if (!take(path)) {
+            return false;
+        }
+        if (source) {
+            deleteWhenSafe(path, *source);
+        }
+        return true;
     }
 
 private:
@@ -125,10 +137,11 @@ private:
         return true;
     }
 
-    /// Once something has not been written, the sources are all that is left of it.
-    void deleteWhenSafe(const std::string& path) {
+    /// Once something has not been written, the sources are all that is left of it. One that has
+    /// changed since may hold more than was read.
+    void deleteWhenSafe(const std::string& path, const Original& source) {
         isWhole_ = isWhole_ && destination_.flush() && isNameKept();
-        if (isWhole_) {
+        if (isWhole_ && isAsItWas(path, source)) {
             FWFileManager::removeFile(path, ShouldAuth::kNo);
         }
     }

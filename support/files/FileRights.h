@@ -9,6 +9,8 @@ namespace fw {
 /// What the file operations fall back to when their own rights do not suffice: each member does its
 /// work with an administrator's rights and says whether that could be done. An empty member cannot.
 struct FileRights {
+    /// Has the rights ready, so that the others ask nobody.
+    std::function<bool()> obtain;
     std::function<bool(const std::string& path)> removeFile;
     std::function<bool(const std::string& path)> trashFile;
     std::function<bool(const std::string& path)> createDirectory;

@@ -5,6 +5,7 @@
 #include "support/FWFileManager.h"
 #include "support/FWLog.h"
 #include "support/files/FileRights.h"
+#include "support/files/removeMovedSource.h"
 #include "support/files/waitUntil.h"
 
 #include <cerrno>
@@ -69,12 +70,12 @@ void unlockDestination(const std::string& source, const std::string& destination
 /// What the plain move has left to do.
 bool finishWithRights(const Failed& failure, const std::string& source,
                       const std::string& destination) {
-    // Rights would not spare what is mounted there, or is being changed.
+    // Rights would not spare what is mounted there, or has changed since it was copied.
     if (failure.isBetween || failure.error.code == EBUSY || holdsMount(source)) {
         return false;
     }
     if (failure.isDestinationWhole) {
-        return withRights(&FileRights::removeFile, source);
+        return removeMovedSource(source, failure);
     }
     // Nor a file that is its own destination.
     return !isSameFile(source, destination) &&

@@ -6,6 +6,7 @@
 #include "support/FWFileManager.h"
 #include "support/FWLocalPaths.h"
 #include "support/files/FileRights.h"
+#include "support/files/removeMovedSource.h"
 #include "support/files/waitUntil.h"
 
 #include <cerrno>
@@ -27,7 +28,7 @@ std::optional<MoveFailure> moveToTrash(const std::string& path) {
         if (!failure) {
             return std::nullopt;
         }
-        if (failure->error.code != EEXIST) {
+        if (failure->error.code != EEXIST || failure->isDestinationWhole) {
             break;
         }
     }
@@ -36,12 +37,12 @@ std::optional<MoveFailure> moveToTrash(const std::string& path) {
 
 /// What the plain move has left to do.
 bool finishWithRights(const MoveFailure& failure, const std::string& path) {
-    // Rights would not spare what is mounted there, or is being changed.
+    // Rights would not spare what is mounted there, or has changed since it was copied.
     if (failure.error.code == EBUSY || holdsMount(path)) {
         return false;
     }
-    return withRights(failure.isDestinationWhole ? &FileRights::removeFile : &FileRights::trashFile,
-                      path);
+    return failure.isDestinationWhole ? removeMovedSource(path, failure)
+                                      : withRights(&FileRights::trashFile, path);
 }
 
 } // namespace

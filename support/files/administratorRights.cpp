@@ -23,7 +23,8 @@ bool done(Operation operation) {
 
 FileRights administratorRights() {
     using Path = const std::string&;
-    return {.removeFile =
+    return {.obtain = [] { return done([](FWAuthorization& a) { return a.authStart(); }); },
+            .removeFile =
                 [](Path path) {
                     return done([&](FWAuthorization& a) { return a.authRemoveFile(path); });
                 },

@@ -606,6 +606,16 @@ TEST_F(FWAuthorizationTrash, GoesToTheNextSecondThatIsFree) {
     EXPECT_LE(timeIn(destination()), now() + 1);
 }
 
+TEST_F(FWAuthorizationTrash, LooksForAFreeNameWhenTheUserHasAnswered) {
+    const std::string item = made("a.mov", "x");
+    authorization_.setAuthRef(nullptr);
+    elevation_.whenRequested = [] {
+        putIntoTrash("a.mov");
+    };
+    EXPECT_TRUE(authorization_.authTrashFile(item));
+    EXPECT_THAT(destination(), MatchesRegex("a_[0-9]{14}\\.mov"));
+}
+
 TEST_F(FWAuthorizationTrash, CountsALinkThatLeadsNowhereAsTaken) {
     fs::create_directories(trash());
     fs::create_symlink("/nonexistent/target", inTrash("a.mov"));

@@ -4,7 +4,10 @@
 #include "tests/support/LeasedFile.h"
 
 #include <cerrno>
+#include <chrono>
 #include <fcntl.h>
+#include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -15,6 +18,7 @@ namespace {
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 using Paths = std::vector<std::string>;
@@ -371,6 +375,64 @@ TEST_F(FWFileManagerCombineTest, NoSourceIsDeletedWhenTheDiskDoesNotTakeTheDesti
     EXPECT_THAT(systemLogged(), ElementsAre("Error writing file " + path("all") + ": 1"));
     EXPECT_TRUE(exists("a"));
     EXPECT_TRUE(exists("b"));
+}
+
+TEST_F(FWFileManagerCombineTest, ASourceThatGrowsAfterItWasReadIsNotDeleted) {
+    for (const char* name : {"a", "b", "c"}) {
+        made(name, name);
+    }
+    int flushes = 0;
+    FileCalls calls;
+    calls.flush = [&](int) { // All of the source has been read.
+        if (++flushes == 2) {
+            std::ofstream(path("b"), std::ios::app) << "late";
+        }
+        return 0;
+    };
+    setFileCalls(calls);
+    EXPECT_TRUE(combined({"a", "b", "c"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_EQ(contents("all"), "abc");
+    EXPECT_EQ(contents("b"), "blate");
+    EXPECT_FALSE(exists("a"));
+    EXPECT_FALSE(exists("c")) << "all of it is in the destination";
+    EXPECT_THAT(logged(), IsEmpty());
+    EXPECT_THAT(systemLogged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerCombineTest, ASourceThatIsWrittenOrReplacedMeanwhileIsNotDeleted) {
+    const std::vector<std::function<void()>> changes = {
+        [&] { std::ofstream(path("a"), std::ios::app) << "late"; },
+        [&] { fs::resize_file(path("a"), 0); }, [&] { fs::rename(path("next"), path("a")); },
+        [&] {
+            fs::remove(path("a"));
+            link("next", "a");
+        },
+        [&] {
+            fs::last_write_time(path("a"), fs::file_time_type::clock::now() + 1h);
+        }};
+    for (const auto& change : changes) {
+        for (const int read : {1, 2}) { // Before it is read, and before its end is.
+            made("a", "text");
+            made("b", "2");
+            made("next", "take 2");
+            atRead(read, change);
+            EXPECT_TRUE(combined({"a", "b"}, "all", DeleteSourceFiles::kYes));
+            EXPECT_TRUE(exists("a"));
+            EXPECT_FALSE(exists("b"));
+            fs::remove(path("a"));
+        }
+    }
+}
+
+TEST_F(FWFileManagerCombineTest, ALinkAmongTheSourcesIsDeletedAndItsTargetStays) {
+    made("target", "text");
+    link("target", "a");
+    made("b", "2");
+    atRead(2, [&] { std::ofstream(path("target"), std::ios::app) << "late"; });
+    EXPECT_TRUE(combined({"a", "b"}, "all", DeleteSourceFiles::kYes));
+    EXPECT_EQ(contents("all"), "textlate2");
+    EXPECT_FALSE(exists("a"));
+    EXPECT_EQ(contents("target"), "textlate");
 }
 
 TEST_F(FWFileManagerCombineTest, ASourceIsClosedBeforeItIsDeleted) {

@@ -1,11 +1,16 @@
+#include "platform/FileDescriptor.h"
 #include "platform/files/ExtendedAttributes.h"
 #include "platform/files/FileAttributes.h"
 #include "tests/suite/FileOperationTest.h"
 
 #include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <unistd.h>
+#include <utility>
 
 namespace fw {
 namespace {
@@ -15,6 +20,50 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
+
+/// Two files are swapped in the very moment in which something is made in a folder: before the call
+/// that makes it, in this thread, is over.
+class SwapAtCreation {
+public:
+    SwapAtCreation(const std::string& folder, std::string made, std::string other)
+        : folder_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        made_ = std::move(made);
+        other_ = std::move(other);
+        isDone_ = 0;
+        struct sigaction action {};
+        action.sa_handler = swap;
+        ::sigaction(SIGUSR1, &action, &before_);
+        const f_owner_ex thisThread{F_OWNER_TID, ::gettid()};
+        isSet_ = ::fcntl(folder_.get(), F_SETSIG, SIGUSR1) == 0 &&
+                 ::fcntl(folder_.get(), F_SETOWN_EX, &thisThread) == 0 &&
+                 ::fcntl(folder_.get(), F_NOTIFY, DN_CREATE) == 0;
+    }
+    ~SwapAtCreation() {
+        folder_.reset();
+        ::sigaction(SIGUSR1, &before_, nullptr);
+    }
+    SwapAtCreation(const SwapAtCreation&) = delete;
+    SwapAtCreation& operator=(const SwapAtCreation&) = delete;
+
+    /// Not every kernel can.
+    bool isSet() const { return isSet_; }
+    bool isDone() const { return isDone_ != 0; }
+
+private:
+    static void swap(int /*signal*/) {
+        const int before = errno;
+        ::renameat2(AT_FDCWD, made_.c_str(), AT_FDCWD, other_.c_str(), RENAME_EXCHANGE);
+        errno = before;
+        isDone_ = 1;
+    }
+
+    static inline std::string made_;
+    static inline std::string other_;
+    static inline volatile std::sig_atomic_t isDone_ = 0;
+    FileDescriptor folder_;
+    struct sigaction before_ {};
+    bool isSet_ = false;
+};
 
 class FWFileManagerCopyItemTest : public FileOperationTest {
 protected:
@@ -259,6 +308,20 @@ TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsRemovesNothingThatHasTakenItsPla
     EXPECT_FALSE(copied(path("a"), path("b")));
     EXPECT_THAT(logged(), ElementsAre(message("Input/output error")));
     EXPECT_EQ(contents("b"), "somebody else's");
+}
+
+TEST_F(FWFileManagerCopyItemTest, WhatTakesItsPlaceAsSoonAsItIsMadeIsNotTakenForTheCopy) {
+    made("a", "text");
+    made("other", "somebody else's");
+    folder("to");
+    const SwapAtCreation swap(path("to"), path("to/copy"), path("other"));
+    if (!swap.isSet()) {
+        GTEST_SKIP() << "the machine does not signal what comes into folders";
+    }
+    atRead(
+        1, [&] { waitUntil([&] { return swap.isDone(); }); }, EIO);
+    EXPECT_FALSE(copied(path("a"), path("to/copy")));
+    EXPECT_EQ(contents("to/copy"), "somebody else's");
 }
 
 TEST_F(FWFileManagerCopyItemTest, ACopyThatFailsLeavesNoFolderBehindWhateverItsMode) {

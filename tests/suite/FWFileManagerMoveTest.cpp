@@ -323,6 +323,25 @@ TEST_F(FWFileManagerMoveTest, AMoveThatFailsWhileItRemovesLeavesTheWholeDestinat
     EXPECT_EQ(contents("b/two"), "2");
     EXPECT_THAT(asked, ElementsAre("remove " + path("a")))
         << "to move it once more would put it into the folder that is whole";
+    EXPECT_THAT(namesIn(path("a")), ElementsAre("inner")) << "the rest has gone";
+    ::chmod(path("a/inner").c_str(), 0755);
+    ::chmod(path("b/inner").c_str(), 0755);
+}
+
+TEST_F(FWFileManagerMoveTest, ATreeOfWhichMuchCannotBeRemovedIsLeftToTheRights) {
+    setFoldersApart();
+    folder("a/inner/deep");
+    made("a/inner/deep/1", "1");
+    made("a/inner/2", "2");
+    made("a/inner/3", "3");
+    link("2", "a/inner/link");
+    ::chmod(path("a/inner").c_str(), 0555);
+    answer = true;
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "Permission denied"));
+    EXPECT_THAT(asked, ElementsAre("remove " + path("a")));
+    EXPECT_THAT(namesIn(path("a/inner")), ElementsAre("2", "3", "deep", "link"));
+    EXPECT_TRUE(fs::is_empty(path("a/inner/deep")));
     ::chmod(path("a/inner").c_str(), 0755);
     ::chmod(path("b/inner").c_str(), 0755);
 }
@@ -422,6 +441,154 @@ TEST_F(FWFileManagerMoveTest, WhatComesIntoAFolderMeanwhileStaysThere) {
     EXPECT_THAT(asked, IsEmpty()) << "rights would remove the rest";
 }
 
+TEST_F(FWFileManagerMoveTest, WhatComesMeanwhileStaysAlsoWhereSomethingCannotBeRemoved) {
+    setFoldersApart();
+    folder("card/readonly");
+    made("card/readonly/1", "1");
+    ::chmod(path("card/readonly").c_str(), 0555);
+    atRead(1, [&] { made("card/late", "late"); }); // Everything has been listed.
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("card"), path("b")));
+    EXPECT_EQ(contents("card/late"), "late");
+    EXPECT_EQ(contents("b/readonly/1"), "1");
+    EXPECT_EQ(logged(), messages("card", "b", "Device or resource busy"));
+    EXPECT_THAT(asked, IsEmpty()) << "rights would remove it";
+    ::chmod(path("card/readonly").c_str(), 0755);
+    ::chmod(path("b/readonly").c_str(), 0755);
+}
+
+TEST_F(FWFileManagerMoveTest, NothingThatChangesIsLeftToTheRights) {
+    const auto append = [this](const std::string& name) {
+        std::ofstream(path(name), std::ios::app) << "late";
+    };
+    const auto withInnerOpen = [this](const std::function<void()>& change) {
+        ::chmod(path("a/inner").c_str(), 0755);
+        change();
+        ::chmod(path("a/inner").c_str(), 0555);
+    };
+    const std::vector<std::pair<std::string, std::function<void()>>> changes = {
+        {"one of the files, whichever is removed first",
+         [&] {
+             append("a/inner/1");
+         }},
+        {"another",
+         [&] {
+             append("a/inner/2");
+         }},
+        {"the last",
+         [&] {
+             append("a/inner/3");
+         }},
+        {"a file outside",
+         [&] {
+             append("a/4");
+         }},
+        {"one that comes among them",
+         [&] {
+             withInnerOpen([&] { made("a/inner/late", "late"); });
+         }},
+        {"one that comes into a folder that cannot be removed",
+         [&] {
+             made("a/inner/deep/late", "late");
+         }},
+        {"one that comes into the top",
+         [&] {
+             made("a/late", "late");
+         }},
+        {"one in the place of a folder",
+         [&] {
+             withInnerOpen([&] {
+                 fs::remove(path("a/inner/deep"));
+                 made("a/inner/deep", "late");
+             });
+         }},
+        {"a folder that can no longer be looked into",
+         [&] {
+             ::chmod(path("a/inner").c_str(), 0);
+         }},
+    };
+    answer = true;
+    for (const auto& [what, happens] : changes) {
+        folder("a/inner/deep");
+        for (const char* name : {"inner/1", "inner/2", "inner/3", "4"}) {
+            made(std::string("a/") + name, name);
+        }
+        ::chmod(path("a/inner").c_str(), 0555);
+        setFoldersApart();
+        atRead(8, happens); // Everything has been copied.
+        EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b"))) << what;
+        EXPECT_EQ(logged()[logged().size() - 2], messages("a", "b", "Device or resource busy")[0])
+            << what;
+        EXPECT_THAT(asked, IsEmpty()) << what;
+        for (const char* name : {"a", "b"}) {
+            ::chmod(path(std::string(name) + "/inner").c_str(), 0755);
+            fs::remove_all(path(name));
+        }
+    }
+}
+
+TEST_F(FWFileManagerMoveTest, AFileThatBecomesAFolderAtTheLastMomentIsNotLeftToTheRights) {
+    folder("a");
+    made("a/1", "1");
+    FileCalls calls;
+    calls.rename = [](auto...) {
+        errno = EXDEV;
+        return -1;
+    };
+    calls.unlink = [&](int from, const char* name, int flags) {
+        if (name == std::string("1")) {
+            fs::remove(path("a/1"));
+            folder("a/1/late");
+        }
+        return ::unlinkat(from, name, flags);
+    };
+    setFileCalls(calls);
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "Device or resource busy"));
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_TRUE(exists("a/1/late"));
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderThatIsNotEmptyAtTheLastMomentIsNotLeftToTheRights) {
+    answer = true;
+    for (const int error : {ENOTEMPTY, EEXIST}) {
+        folder("a/inner");
+        fillAtRemoval(path("a/inner"), error);
+        EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b"))) << error;
+        EXPECT_EQ(logged()[logged().size() - 2], messages("a", "b", "Device or resource busy")[0])
+            << error;
+        EXPECT_EQ(contents("a/inner/late"), "late");
+        fs::remove_all(path("a"));
+        fs::remove_all(path("b"));
+    }
+    EXPECT_THAT(asked, IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderThatIsMovedAwayMeanwhileEndsTheRemoval) {
+    const std::string deep = deepFolder("a", 40);
+    made(deep.substr(path("").size()) + "/1", "1");
+    FileCalls calls;
+    calls.rename = [](auto...) {
+        errno = EXDEV;
+        return -1;
+    };
+    calls.unlink = [&](int from, const char* name, int flags) {
+        if (name == std::string("1")) {
+            fs::rename(path("a/d/d/d"), path("aside"));
+            folder("a/d/d/d/late");
+        }
+        return ::unlinkat(from, name, flags);
+    };
+    setFileCalls(calls);
+    answer = true;
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
+    EXPECT_EQ(logged(), messages("a", "b", "Device or resource busy"));
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_TRUE(exists("a/d/d/d/late"));
+    EXPECT_TRUE(exists("aside"));
+}
+
 TEST_F(FWFileManagerMoveTest, AFolderThatIsReplacedMeanwhileStays) {
     setFoldersApart();
     folder("a/inner/deep");
@@ -466,6 +633,24 @@ TEST_F(FWFileManagerMoveTest, WhatHasGoneMeanwhileNeedNotBeRemoved) {
     EXPECT_TRUE(moved(path("c"), path("d")));
     EXPECT_EQ(contents("d"), "text");
     EXPECT_THAT(logged(), IsEmpty());
+}
+
+TEST_F(FWFileManagerMoveTest, AFolderMayGoWhileItIsEmptied) {
+    folder("a/inner");
+    made("a/inner/1", "1");
+    FileCalls calls;
+    calls.rename = [](auto...) {
+        errno = EXDEV;
+        return -1;
+    };
+    calls.unlink = [&](int from, const char* name, int flags) {
+        fs::remove_all(path("a/inner"));
+        return ::unlinkat(from, name, flags);
+    };
+    setFileCalls(calls);
+    EXPECT_TRUE(moved(path("a"), path("b")));
+    EXPECT_FALSE(exists("a"));
+    EXPECT_EQ(contents("b/inner/1"), "1");
 }
 
 TEST_F(FWFileManagerMoveTest, TheFolderOfTheSourceMayBeMovedMeanwhile) {

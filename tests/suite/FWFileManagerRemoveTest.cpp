@@ -395,6 +395,35 @@ TEST_F(FWFileManagerTrashTest, WhatIsWholeInTheTrashIsOnlyToBeRemovedWithRights)
     }
 }
 
+TEST_F(FWFileManagerTrashTest, WhatComesWhileItIsTrashedIsNotLeftToTheRights) {
+    folder("folder/inner");
+    made("folder/inner/file", "text");
+    setFoldersApart();
+    ::chmod(path("folder/inner").c_str(), 0555);
+    atRead(1, [&] { made("folder/late", "late"); });
+    answer = true;
+    EXPECT_FALSE(FWFileManager::trashFile(path("folder")));
+    EXPECT_THAT(asked, IsEmpty());
+    EXPECT_EQ(contents("folder/late"), "late");
+    EXPECT_EQ(readText(trashed("folder/inner/file")), "text");
+    ::chmod(path("folder/inner").c_str(), 0755);
+    ::chmod(trashed("folder/inner").c_str(), 0755);
+}
+
+TEST_F(FWFileManagerTrashTest, WhatIsWholeInTheTrashIsNotPutThereOnceMore) {
+    answer = true;
+    for (const int error : {ENOTEMPTY, EEXIST}) {
+        folder("folder/inner");
+        fillAtRemoval(path("folder/inner"), error);
+        EXPECT_FALSE(FWFileManager::trashFile(path("folder"))) << error;
+        EXPECT_THAT(namesIn(trash()), ElementsAre("folder")) << error;
+        EXPECT_EQ(contents("folder/inner/late"), "late");
+        fs::remove_all(path("folder"));
+        fs::remove_all(trash());
+    }
+    EXPECT_THAT(asked, IsEmpty());
+}
+
 TEST_F(FWFileManagerTrashTest, AFailureIsNotLoggedAndTheRightsAreTried) {
     folder("folder");
     made("folder/file", "text");

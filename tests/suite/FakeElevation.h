@@ -3,6 +3,7 @@
 #include "platform/elevation/Elevation.h"
 
 #include <cerrno>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -34,6 +35,9 @@ public:
     int runError = 0;
     Texts output; ///< Of a tool, in the pieces in which it comes.
     AuthorizationRef adopted;
+    /// What happens while the user is asked.
+    std::function<void()> whenRequested = [] {
+    };
 
     /// What was asked, in order: "create", "create USER PASSWORD", "request", "free".
     Texts calls;
@@ -76,6 +80,7 @@ private:
         explicit Fake(FakeElevation& record) : record_(record) {}
         bool requestAdministratorRight() override {
             record_.calls.emplace_back("request");
+            record_.whenRequested();
             return record_.givesRight;
         }
         Result<std::unique_ptr<ToolStream>> run(const std::string& tool, const Texts& arguments,

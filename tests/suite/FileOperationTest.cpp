@@ -15,6 +15,9 @@ namespace fs = std::filesystem;
 
 FileOperationTest::FileOperationTest() {
     FileRights rights;
+    rights.obtain = [] {
+        return true;
+    };
     rights.removeFile = [this](const std::string& path) {
         return note("remove " + path);
     };
@@ -105,6 +108,19 @@ void FileOperationTest::setFoldersApart() {
         return -1;
     };
     setFileCalls(calls_);
+}
+
+void FileOperationTest::fillAtRemoval(const std::string& folder, int error) {
+    calls_.unlink = [folder, error](int from, const char* name, int flags) {
+        const bool isIt = fs::path(folder).filename() == name;
+        if (isIt) {
+            writeText(folder + "/late", "late");
+        }
+        const int result = ::unlinkat(from, name, flags);
+        errno = isIt && result != 0 ? error : errno;
+        return result;
+    };
+    setFoldersApart();
 }
 
 void FileOperationTest::failRead(int number) {

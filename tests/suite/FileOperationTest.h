@@ -36,6 +36,9 @@ protected:
 
     /// Renames between folders fail as if they were on different file systems.
     void setFoldersApart();
+    /// They do, and right before this folder is removed a file "late" comes into it, of which the
+    /// file system tells by this error.
+    void fillAtRemoval(const std::string& folder, int error);
     /// The n-th read fails, counted from 1.
     void failRead(int number);
     /// Something happens before the n-th read, which fails unless `failure` is 0.

@@ -5,6 +5,7 @@
 #include "tests/suite/FileOperationTest.h"
 
 #include <cerrno>
+#include <functional>
 #include <gmock/gmock.h>
 
 namespace fw {
@@ -13,10 +14,13 @@ namespace {
 using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
+namespace fs = std::filesystem;
 
 /// What tools were to be run with rights; none is.
 struct Notes {
     bool isAllowed = true;
+    std::function<void()> whenAsked = [] {
+    };
     std::vector<std::string> tools;
 };
 
@@ -29,7 +33,10 @@ class NotingAuthorization : public Authorization {
 public:
     explicit NotingAuthorization(Notes& notes) : notes_(notes) {}
 
-    bool requestAdministratorRight() override { return notes_.isAllowed; }
+    bool requestAdministratorRight() override {
+        notes_.whenAsked();
+        return notes_.isAllowed;
+    }
     Result<std::unique_ptr<ToolStream>>
     run(const std::string& tool, const std::vector<std::string>& arguments, ToolOutput) override {
         std::string text = tool;
@@ -88,6 +95,54 @@ TEST_F(FileRightsTest, AreThoseOfTheAuthorization) {
     ASSERT_FALSE(notes.tools.empty());
     EXPECT_EQ(notes.tools.back(), "/bin/mv -f " + path("folder/a") + " " + trashed("a"));
     EXPECT_EQ(contents("folder/a"), "text") << "nothing was run";
+}
+
+TEST_F(FileRightsTest, RemoveWhatAMoveHasLeft) {
+    setFoldersApart();
+    for (const char* name : {"a", "b"}) {
+        folder(std::string(name) + "/inner");
+        made(std::string(name) + "/inner/file", "text");
+        ::chmod(path(std::string(name) + "/inner").c_str(), 0555);
+    }
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("moved")));
+    EXPECT_TRUE(FWFileManager::trashFile(path("b")));
+    EXPECT_THAT(notes.tools, ElementsAre("/bin/rm -Rdf " + path("a"), "/bin/rm -Rdf " + path("b")));
+    for (const std::string& place : {path("a"), path("b"), path("moved"), trashed("b")}) {
+        ::chmod((place + "/inner").c_str(), 0755);
+    }
+}
+
+TEST_F(FileRightsTest, RemoveNothingThatComesWhileTheUserIsAsked) {
+    setFoldersApart();
+    folder("a/inner");
+    made("a/inner/file", "text");
+    ::chmod(path("a/inner").c_str(), 0555);
+    notes.whenAsked = [&] {
+        made("a/late", "late");
+    };
+    EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("moved")));
+    fs::remove(path("a/late"));
+    FWAuthorization::sharedController().authEnd();
+    EXPECT_FALSE(FWFileManager::trashFile(path("a")));
+    EXPECT_EQ(contents("a/late"), "late");
+    EXPECT_THAT(notes.tools, IsEmpty());
+    for (const std::string& place : {path("a"), path("moved"), trashed("a")}) {
+        ::chmod((place + "/inner").c_str(), 0755);
+    }
+}
+
+TEST_F(FileRightsTest, RemoveWithoutToolsWhatCanBeRemovedWhenTheUserHasAnswered) {
+    setFoldersApart();
+    folder("a/inner");
+    made("a/inner/file", "text");
+    ::chmod(path("a/inner").c_str(), 0555);
+    notes.whenAsked = [&] {
+        ::chmod(path("a/inner").c_str(), 0755);
+    };
+    EXPECT_TRUE(FWFileManager::moveFile(path("a"), path("moved")));
+    EXPECT_FALSE(exists("a"));
+    EXPECT_THAT(notes.tools, IsEmpty());
+    ::chmod(path("moved/inner").c_str(), 0755);
 }
 
 TEST_F(FileRightsTest, RunTools) {

@@ -5,6 +5,7 @@
 #include "support/files/runInBackground.h"
 #include "tests/suite/SuiteLog.h"
 #include "tests/support/FileText.h"
+#include "tests/support/SmallFiles.h"
 #include "tests/support/SystemLogCapture.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -15,7 +16,6 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <string_view>
-#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -52,22 +52,6 @@ struct FailingRead {
         }
         return ::read(descriptor, bytes, number == 1 ? bytesBefore : count);
     }
-};
-
-/// No file grows beyond so many bytes while this lives, as on a full disk.
-class SmallFiles {
-public:
-    explicit SmallFiles(rlim_t size) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit small{size, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &small);
-    }
-    ~SmallFiles() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-    SmallFiles(const SmallFiles&) = delete;
-    SmallFiles& operator=(const SmallFiles&) = delete;
-
-private:
-    rlimit before_{};
 };
 
 /// A test of file operations in a folder of its own, in a process whose log lies in a home of its
