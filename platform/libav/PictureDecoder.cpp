@@ -61,7 +61,7 @@ std::int64_t PictureDecoder::seekMargin() const {
 bool PictureDecoder::seekTo(const MediaTime& time) {
     const int result = av_seek_frame(format_.get(), stream_->index, timing_.timestampAt(time),
                                      AVSEEK_FLAG_BACKWARD);
-    avcodec_flush_buffers(codec_.get());
+    begin();
     av_packet_unref(packet_.get());
     firstError_.reset();
     start_ = StartWatch(StartWatch::Begins::kAnywhere);
@@ -71,7 +71,6 @@ bool PictureDecoder::seekTo(const MediaTime& time) {
     lastTimestamp_.reset();
     reached_ = MediaTime::zero();
     jumpFrames_ = 1;
-    isDraining_ = false;
     hasHeldPacket_ = false;
     hasEnded_ = false;
     hasSought_ = true;
@@ -85,7 +84,7 @@ std::optional<PictureDecoder::Frame> PictureDecoder::next() {
         if (result == 0 && lost_.isAnyMissingBefore(*frame_)) {
             note(missingPicture());
         }
-        if (result == 0 && isRepeated(*frame_)) {
+        if (result == 0 && (isRepeated(*frame_) || isOfBeforeTheStart(*frame_))) {
             continue;
         }
         if (result == 0) {
@@ -120,7 +119,7 @@ bool PictureDecoder::feed() {
     }
     if (watch_.changesAt(*packet_)) {
         hasHeldPacket_ = true;
-        avcodec_send_packet(codec_.get(), nullptr);
+        letAllOut();
     } else {
         send();
     }
@@ -143,7 +142,7 @@ void PictureDecoder::send() {
 /// Goes on with the packet at which the format changes, now that all frames before it are out.
 void PictureDecoder::resume() {
     hasHeldPacket_ = false;
-    avcodec_flush_buffers(codec_.get());
+    begin();
     send();
 }
 
@@ -152,7 +151,24 @@ void PictureDecoder::drain(int readResult) {
         note(*error);
     }
     isDraining_ = true;
+    letAllOut();
+}
+
+/// Tells the decoder that no packet comes for now. That of H.264 holds pictures back until one has
+/// come out on which a reader can rely, but at the end never finds that those behind it can be
+/// relied on, too: shortly before the end of a movie the last pictures would be missing.
+void PictureDecoder::letAllOut() {
+    if (codec_->codec_id == AV_CODEC_ID_H264) {
+        codec_->flags |= AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    }
     avcodec_send_packet(codec_.get(), nullptr);
+}
+
+/// Gives packets again, from a place where the decoder knows nothing of what was before.
+void PictureDecoder::begin() {
+    avcodec_flush_buffers(codec_.get());
+    codec_->flags &= ~AV_CODEC_FLAG_OUTPUT_CORRUPT;
+    isDraining_ = false;
 }
 
 /// How much of the movie is missing by its own word, in seconds; 0 when it is whole or does not
@@ -180,8 +196,7 @@ bool PictureDecoder::jumpOverDamage() {
     if (avformat_seek_file(format_.get(), stream_->index, target, target, kMost, 0) < 0) {
         return false;
     }
-    avcodec_flush_buffers(codec_.get());
-    isDraining_ = false;
+    begin();
     return true;
 }
 
@@ -189,6 +204,13 @@ bool PictureDecoder::jumpOverDamage() {
 bool PictureDecoder::isRepeated(const AVFrame& frame) const {
     const auto timestamp = timestampOf(frame);
     return jumpFrames_ > 1 && timestamp && lastTimestamp_ && *timestamp <= *lastTimestamp_;
+}
+
+/// Pictures that refer to some before the place where reading began are let out only at the end.
+bool PictureDecoder::isOfBeforeTheStart(const AVFrame& frame) const {
+    const auto timestamp = timestampOf(frame);
+    return framesSinceSeek_ == 0 && (codec_->flags & AV_CODEC_FLAG_OUTPUT_CORRUPT) != 0 &&
+           timestamp && !start_.shouldDecode(*timestamp);
 }
 
 /// Movies that were cut off end like whole ones: only their own word tells them apart.

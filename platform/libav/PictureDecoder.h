@@ -51,9 +51,12 @@ private:
     void send();
     void resume();
     void drain(int readResult);
+    void letAllOut();
+    void begin();
     double missingSeconds() const;
     bool jumpOverDamage();
     bool isRepeated(const AVFrame& frame) const;
+    bool isOfBeforeTheStart(const AVFrame& frame) const;
     void noteEnd();
     void note(const Error& error);
     void noteIfAny(const std::optional<Error>& error);

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <numeric>
 #include <ostream>
@@ -142,6 +144,46 @@ TEST(ProgramStream, OfManySecondsStartsExactlyAtTheWantedFrame) {
             readAll(*asset, MediaTimeRange{MediaTime::make(start, 25), MediaTime::make(2, 25)});
         ASSERT_EQ(read.pictures, expected) << "from frame " << start;
     }
+}
+
+/// The decoder relies on few pictures by then, and holds back those that it does not rely on.
+TEST(H264, WhoseLastKeyFrameIsNearItsEndLosesNothingOfARangeThatBeginsThere) {
+    const TemporaryFolder folder;
+    const std::string path = folder.file("movie.mp4");
+    for (int frames = 41; frames <= 47; ++frames) {
+        makeNumberedMovie(
+            path, frames, "25:1",
+            {"-c:v", "libx264", "-bf", "3", "-x264-params", "open-gop=1:keyint=20:scenecut=0"});
+        for (const int threads : {1, 4}) {
+            const auto asset = openLibavAsset(path, {threads});
+            for (int start = 38; start < frames; ++start) {
+                const Read read =
+                    readAll(*asset, MediaTimeRange{MediaTime::make(start, 25),
+                                                   MediaTime::make(frames - start, 25)});
+                std::vector<int> expected(static_cast<std::size_t>(frames - start));
+                std::iota(expected.begin(), expected.end(), start);
+                ASSERT_EQ(read.pictures, expected) << start << " of " << frames;
+                ASSERT_EQ(read.status, AssetReader::Status::kCompleted) << describe(read.error);
+            }
+        }
+    }
+}
+
+/// Cut so that pictures stand first which refer to some that are not there.
+TEST(H264, WhoseStartWasCutOffGivesNothingOfBeforeItsFirstKeyFrame) {
+    const TemporaryFolder folder;
+    makeNumberedMovie(
+        folder.file("whole.ts"), 45, "25:1",
+        {"-c:v", "libx264", "-bf", "3", "-x264-params", "open-gop=1:keyint=40:scenecut=0"});
+    std::ifstream whole(folder.file("whole.ts"), std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(whole), {}};
+    constexpr std::size_t kPacket = 188;
+    // The tables stand again before the last key frame, at the latest.
+    bytes.erase(kPacket * 3, bytes.size() / kPacket / 2 * kPacket);
+    std::ofstream(folder.file("cut.ts"), std::ios::binary) << bytes;
+    const auto asset = openLibavAsset(folder.file("cut.ts"));
+    const Read read = readAll(*asset);
+    EXPECT_EQ(read.pictures, (std::vector<int>{40, 41, 42, 43, 44}));
 }
 
 const std::vector<MovieKind> kKinds = {
