@@ -1,4 +1,4 @@
-#include "fuzz/ScratchFolder.h"
+#include "fuzz/InputFiles.h"
 #include "fuzz/check.h"
 #include "platform/libav/MovSampleEntries.h"
 

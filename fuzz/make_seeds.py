@@ -2,7 +2,7 @@
 """make_seeds.py FOLDER: writes sound inputs for the fuzzers of formats, in FOLDER/NAME.
 
 From them the fuzzers make the damaged ones; without them they would take hours to find out what a
-movie looks like. Nothing is done when the folder is complete already.
+movie looks like. The folder appears when it is complete.
 """
 
 import datetime
@@ -79,9 +79,7 @@ def write_archives(folder):
 
 def main():
     seeds = pathlib.Path(sys.argv[1])
-    if seeds.exists():
-        return
-    with tempfile.TemporaryDirectory(dir=seeds.parent or ".") as unfinished:
+    with tempfile.TemporaryDirectory(dir=seeds.parent) as unfinished:
         new = pathlib.Path(unfinished) / "seeds"
         for name in ("Movie", "MovSampleEntries", "PropertyList", "ZipArchive"):
             (new / name).mkdir(parents=True)
