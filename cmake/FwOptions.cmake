@@ -11,6 +11,9 @@ endif()
 if(FW_WARNINGS_AS_ERRORS)
     target_compile_options(fw_options INTERFACE -Werror)
 endif()
+if(FW_BUILD_FUZZERS AND NOT FW_SANITIZE)
+    set(FW_SANITIZE address,undefined) # Much of what fuzzers find only the sanitizers see.
+endif()
 if(FW_SANITIZE)
     target_compile_options(fw_options INTERFACE
         -fsanitize=${FW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
