@@ -11,10 +11,21 @@ endif()
 if(FW_WARNINGS_AS_ERRORS)
     target_compile_options(fw_options INTERFACE -Werror)
 endif()
+if(FW_BUILD_FUZZERS AND NOT FW_SANITIZE)
+    set(FW_SANITIZE address,undefined) # Much of what fuzzers find only the sanitizers see.
+endif()
 if(FW_SANITIZE)
     target_compile_options(fw_options INTERFACE
         -fsanitize=${FW_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(fw_options INTERFACE -fsanitize=${FW_SANITIZE})
+endif()
+if(FW_BUILD_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "FW_BUILD_FUZZERS needs Clang, whose libFuzzer drives the fuzzers. Use "
+            "\"cmake --preset fuzz\", or CMAKE_CXX_COMPILER=clang++ in a build folder of its own.")
+    endif()
+    # The fuzzers see which branches of every room an input reaches.
+    target_compile_options(fw_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 set(CMAKE_CXX_EXTENSIONS OFF)
 if(NOT CMAKE_BUILD_TYPE)

@@ -26,8 +26,8 @@ createZipArchive(const std::string& source, const std::string& archive, KeepPare
 /// replaced, and a failure leaves in it what came before.
 ///
 /// It is refused when a name in it would lead out of the folder: an absolute path, one with "..",
-/// or one through a link. So is what is neither a file nor a folder nor a link. Owners and the
-/// set-ID bits of modes are not taken over.
+/// or one through a link. So is what is neither a file nor a folder nor a link, and a file of fewer
+/// bytes than the archive states. Owners and the set-ID bits of modes are not taken over.
 [[nodiscard]] std::optional<Error> extractZipArchive(const std::string& archive,
                                                      const std::string& folder);
 

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <fstream>
 #include <string_view>
 
@@ -52,7 +53,7 @@ private:
     std::optional<Error> checkFile() const;
     std::optional<Error> open();
     std::optional<Error> unpackEntry(archive_entry* entry);
-    std::optional<Error> unpackContents(const std::string& name);
+    std::optional<Error> unpackContents(const std::string& name, std::int64_t statedSize);
 
     std::string path_;
     std::string folder_;
@@ -132,10 +133,14 @@ std::optional<Error> ZipReading::unpackEntry(archive_entry* entry) {
     if (archive_write_header(disk_.get(), entry) != ARCHIVE_OK) {
         return archiveError(disk_.get(), path_);
     }
-    return unpackContents(name);
+    const bool hasSize = type == AE_IFREG && archive_entry_size_is_set(entry) != 0;
+    return unpackContents(name, hasSize ? archive_entry_size(entry) : 0);
 }
 
-std::optional<Error> ZipReading::unpackContents(const std::string& name) {
+/// The library fills up a file that is shorter than the archive states with zeros, and says nothing
+/// when there is not one byte of it.
+std::optional<Error> ZipReading::unpackContents(const std::string& name, std::int64_t statedSize) {
+    std::int64_t size = 0;
     for (;;) {
         const void* bytes = nullptr;
         std::size_t count = 0;
@@ -150,6 +155,11 @@ std::optional<Error> ZipReading::unpackContents(const std::string& name) {
         if (archive_write_data_block(disk_.get(), bytes, count, offset) != ARCHIVE_OK) {
             return archiveError(disk_.get(), appendedPathComponent(shown_, name));
         }
+        size = offset + static_cast<std::int64_t>(count);
+    }
+    if (size < statedSize) {
+        return archiveError(appendedPathComponent(path_, name),
+                            "is shorter than the archive states");
     }
     return archive_write_finish_entry(disk_.get()) == ARCHIVE_OK
                ? std::nullopt

@@ -161,6 +161,20 @@ TEST_F(DittoHostileTest, ADamagedFileLeavesNothing) {
     expectNothingLeft();
 }
 
+TEST_F(DittoHostileTest, AFileWithoutTheBytesThatTheArchiveStatesIsNotMadeUpOfZeros) {
+    makeArchive("file('a', 'aaaa')\nfile('b', '')");
+    std::string bytes = readText(path("a.zip"));
+    constexpr std::size_t kSizeInDirectory = 24;
+    const std::size_t lastOfDirectory = bytes.rfind("PK\1\2");
+    ASSERT_NE(lastOfDirectory, std::string::npos);
+    bytes[lastOfDirectory + kSizeInDirectory + 2] = '\x10'; // 1 MiB.
+    writeText(path("a.zip"), bytes);
+    EXPECT_EQ(
+        unpack(),
+        (ToolRun{1, "", "ditto: " + path("a.zip") + "/b: is shorter than the archive states\n"}));
+    expectNothingLeft();
+}
+
 TEST_F(DittoHostileTest, AnArchiveCutAnywhereLeavesNothing) {
     makeArchive("file('a', 'aaaa')\nfile('sub/b', 300 * 'b')");
     const std::string bytes = readText(path("a.zip"));
