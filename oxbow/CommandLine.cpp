@@ -105,8 +105,8 @@ void addFlashOptions(CLI::App& scan, ScanSettings& settings) {
         "Do not look for flash frames");
     addNumber(scan, "--flash-length", "FRAMES", "Longest flash [4]",
               std::numeric_limits<std::int64_t>::max(), settings.flashLength);
-    addNumber(scan, "--flash-sensitivity", "0-10", "Higher looks for smaller changes [5]", kHighestSensitivity,
-              settings.flashSensitivity);
+    addNumber(scan, "--flash-sensitivity", "0-10", "Higher looks for smaller changes [5]",
+              kHighestSensitivity, settings.flashSensitivity);
 }
 
 void addScanOptions(CLI::App& scan, ScanRequest& request) {
