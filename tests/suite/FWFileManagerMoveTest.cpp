@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
 #include <gmock/gmock.h>
 
 namespace fw {
@@ -24,6 +25,22 @@ protected:
                                       const std::string& reason) const {
         return {"Error moving file from " + path(from) + " to " + path(to) + ": " + reason + ".",
                 "Authorizing..."};
+    }
+    /// Moves go across disks, and this happens when an entry of that name is about to go.
+    static void beforeRemovalAcrossDisks(const std::string& entry,
+                                         const std::function<void()>& action) {
+        FileCalls calls;
+        calls.rename = [](auto...) {
+            errno = EXDEV;
+            return -1;
+        };
+        calls.unlink = [entry, action](int from, const char* name, int flags) {
+            if (name == entry) {
+                action();
+            }
+            return ::unlinkat(from, name, flags);
+        };
+        setFileCalls(calls);
     }
 };
 
@@ -530,19 +547,10 @@ TEST_F(FWFileManagerMoveTest, NothingThatChangesIsLeftToTheRights) {
 TEST_F(FWFileManagerMoveTest, AFileThatBecomesAFolderAtTheLastMomentIsNotLeftToTheRights) {
     folder("a");
     made("a/1", "1");
-    FileCalls calls;
-    calls.rename = [](auto...) {
-        errno = EXDEV;
-        return -1;
-    };
-    calls.unlink = [&](int from, const char* name, int flags) {
-        if (name == std::string("1")) {
-            fs::remove(path("a/1"));
-            folder("a/1/late");
-        }
-        return ::unlinkat(from, name, flags);
-    };
-    setFileCalls(calls);
+    beforeRemovalAcrossDisks("1", [&] {
+        fs::remove(path("a/1"));
+        folder("a/1/late");
+    });
     answer = true;
     EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
     EXPECT_EQ(logged(), messages("a", "b", "Device or resource busy"));
@@ -568,19 +576,10 @@ TEST_F(FWFileManagerMoveTest, AFolderThatIsNotEmptyAtTheLastMomentIsNotLeftToThe
 TEST_F(FWFileManagerMoveTest, AFolderThatIsMovedAwayMeanwhileEndsTheRemoval) {
     const std::string deep = deepFolder("a", 40);
     made(deep.substr(path("").size()) + "/1", "1");
-    FileCalls calls;
-    calls.rename = [](auto...) {
-        errno = EXDEV;
-        return -1;
-    };
-    calls.unlink = [&](int from, const char* name, int flags) {
-        if (name == std::string("1")) {
-            fs::rename(path("a/d/d/d"), path("aside"));
-            folder("a/d/d/d/late");
-        }
-        return ::unlinkat(from, name, flags);
-    };
-    setFileCalls(calls);
+    beforeRemovalAcrossDisks("1", [&] {
+        fs::rename(path("a/d/d/d"), path("aside"));
+        folder("a/d/d/d/late");
+    });
     answer = true;
     EXPECT_FALSE(FWFileManager::moveFile(path("a"), path("b")));
     EXPECT_EQ(logged(), messages("a", "b", "Device or resource busy"));
@@ -638,16 +637,7 @@ TEST_F(FWFileManagerMoveTest, WhatHasGoneMeanwhileNeedNotBeRemoved) {
 TEST_F(FWFileManagerMoveTest, AFolderMayGoWhileItIsEmptied) {
     folder("a/inner");
     made("a/inner/1", "1");
-    FileCalls calls;
-    calls.rename = [](auto...) {
-        errno = EXDEV;
-        return -1;
-    };
-    calls.unlink = [&](int from, const char* name, int flags) {
-        fs::remove_all(path("a/inner"));
-        return ::unlinkat(from, name, flags);
-    };
-    setFileCalls(calls);
+    beforeRemovalAcrossDisks("1", [&] { fs::remove_all(path("a/inner")); });
     EXPECT_TRUE(moved(path("a"), path("b")));
     EXPECT_FALSE(exists("a"));
     EXPECT_EQ(contents("b/inner/1"), "1");
