@@ -1,6 +1,6 @@
-#include "platform/process/ChildProcess.h"
 #include "tests/support/FileText.h"
 #include "tests/support/OrdinaryUser.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/TestMovie.h"
@@ -21,42 +21,14 @@ using testing::StartsWith;
 /// Runs the example programs in a home of the test's own.
 class ExamplesTest : public testing::Test {
 protected:
-    struct Outcome {
-        ChildEnd end;
-        std::string output;
-        std::string error;
-    };
-
-    Outcome run(const std::string& program, const std::vector<std::string>& arguments) const {
+    ProgramRun run(const std::string& program, const std::vector<std::string>& arguments) const {
         std::filesystem::copy_file(reachable(program), folder_.file("program"),
                                    std::filesystem::copy_options::overwrite_existing);
-        ChildProcessOptions options;
-        options.path = folder_.file("program");
-        options.arguments = arguments;
-        options.standardOutput = ChildStream::kPipe;
-        options.standardError = ChildStream::kPipe;
-        const auto child = ChildProcess::start(options);
-        if (!child) {
-            throw std::runtime_error(child.error().description);
-        }
-        Outcome outcome;
-        outcome.output = allOf([&] { return child.value()->availableOutput(); });
-        outcome.error = allOf([&] { return child.value()->availableError(); });
-        outcome.end = child.value()->wait();
-        return outcome;
+        return programRun(folder_.file("program"), arguments);
     }
     std::string file(const std::string& name) const { return folder_.file(name); }
 
 private:
-    template <typename Read>
-    static std::string allOf(Read read) {
-        std::string text;
-        for (std::string part = read(); !part.empty(); part = read()) {
-            text += part;
-        }
-        return text;
-    }
-
     TemporaryFolder folder_;
     ScopedEnvironment home_{"HOME", folder_.path().string()};
 };
@@ -70,27 +42,27 @@ class WaveformSvg : public ExamplesTest {};
 
 TEST_F(VerifiedCopy, CopiesToEveryPlaceAndPrintsTheChecksums) {
     writeText(file("a"), "abc");
-    const Outcome outcome = run(FW_VERIFIED_COPY, {file("a"), file("b"), file("new/c")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{0})) << outcome.error;
-    EXPECT_EQ(outcome.output, std::string(kSha256OfAbc) + "  " + file("b") + "\n" + kSha256OfAbc +
-                                  "  " + file("new/c") + "\n");
-    EXPECT_THAT(outcome.error, IsEmpty()) << "no line of progress where no terminal is";
+    const ProgramRun ran = run(FW_VERIFIED_COPY, {file("a"), file("b"), file("new/c")});
+    EXPECT_EQ(ran.status, 0) << ran.errors;
+    EXPECT_EQ(ran.output, std::string(kSha256OfAbc) + "  " + file("b") + "\n" + kSha256OfAbc +
+                              "  " + file("new/c") + "\n");
+    EXPECT_THAT(ran.errors, IsEmpty()) << "no line of progress where no terminal is";
     EXPECT_EQ(readText(file("b")), "abc");
     EXPECT_EQ(readText(file("new/c")), "abc");
 }
 
 TEST_F(VerifiedCopy, SaysWhyItFails) {
-    const Outcome outcome = run(FW_VERIFIED_COPY, {file("missing"), file("b")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
-    EXPECT_THAT(outcome.output, IsEmpty());
-    EXPECT_THAT(outcome.error, HasSubstr("Error: File " + file("missing") + " doesn't exist."));
+    const ProgramRun ran = run(FW_VERIFIED_COPY, {file("missing"), file("b")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.output, IsEmpty());
+    EXPECT_THAT(ran.errors, HasSubstr("Error: File " + file("missing") + " doesn't exist."));
     EXPECT_FALSE(std::filesystem::exists(file("b")));
 }
 
 TEST_F(VerifiedCopy, WithoutADestinationTellsItsUse) {
-    const Outcome outcome = run(FW_VERIFIED_COPY, {file("a")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{64}));
-    EXPECT_THAT(outcome.error, StartsWith("usage: "));
+    const ProgramRun ran = run(FW_VERIFIED_COPY, {file("a")});
+    EXPECT_EQ(ran.status, 64);
+    EXPECT_THAT(ran.errors, StartsWith("usage: "));
 }
 
 /// How far each stroke reaches from the middle.
@@ -113,8 +85,8 @@ std::vector<double> strokesOf(const std::string& svg) {
 TEST_F(WaveformSvg, DrawsASecondOfQuietAndASecondOfLoudSound) {
     runFfmpeg({"-f", "lavfi", "-i", "aevalsrc=if(lt(t\\,1)\\,0.1\\,0.5):s=48000:d=2", "-c:a",
                "pcm_s16le", file("sound.mov")});
-    const Outcome outcome = run(FW_WAVEFORM_SVG, {file("sound.mov"), file("wave.svg")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{0})) << outcome.error;
+    const ProgramRun ran = run(FW_WAVEFORM_SVG, {file("sound.mov"), file("wave.svg")});
+    EXPECT_EQ(ran.status, 0) << ran.errors;
     const std::string svg = readText(file("wave.svg"));
     EXPECT_THAT(svg, StartsWith("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"99\""));
     EXPECT_THAT(svg, testing::EndsWith("</svg>\n"));
@@ -128,27 +100,27 @@ TEST_F(WaveformSvg, DrawsASecondOfQuietAndASecondOfLoudSound) {
 
 TEST_F(WaveformSvg, AMovieWithoutSoundIsAnError) {
     runFfmpeg({"-f", "lavfi", "-i", "color=s=64x48:d=1", "-c:v", "mjpeg", file("silent.mov")});
-    const Outcome outcome = run(FW_WAVEFORM_SVG, {file("silent.mov"), file("wave.svg")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
-    EXPECT_EQ(outcome.error,
+    const ProgramRun ran = run(FW_WAVEFORM_SVG, {file("silent.mov"), file("wave.svg")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors,
               "waveform_svg: " + file("silent.mov") + " has no sound that can be decoded\n");
 }
 
 TEST_F(WaveformSvg, AFileThatIsNoMovieIsAnError) {
     writeText(file("text.mov"), "This is no movie.");
-    const Outcome outcome = run(FW_WAVEFORM_SVG, {file("text.mov"), file("wave.svg")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
-    EXPECT_EQ(outcome.error, "waveform_svg: " + file("text.mov") +
-                                 ": The file is not a movie that can be read, or its start is "
-                                 "damaged (Invalid data found when processing input).\n");
+    const ProgramRun ran = run(FW_WAVEFORM_SVG, {file("text.mov"), file("wave.svg")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_EQ(ran.errors, "waveform_svg: " + file("text.mov") +
+                              ": The file is not a movie that can be read, or its start is "
+                              "damaged (Invalid data found when processing input).\n");
     EXPECT_FALSE(std::filesystem::exists(file("wave.svg")));
 }
 
 TEST_F(WaveformSvg, APlaceThatCannotBeWrittenIsAnError) {
     runFfmpeg({"-f", "lavfi", "-i", "aevalsrc=0.1:s=8000:d=1", file("sound.wav")});
-    const Outcome outcome = run(FW_WAVEFORM_SVG, {file("sound.wav"), file("missing/wave.svg")});
-    EXPECT_EQ(outcome.end, ChildEnd(ExitedWithStatus{1}));
-    EXPECT_THAT(outcome.error, HasSubstr("cannot be written"));
+    const ProgramRun ran = run(FW_WAVEFORM_SVG, {file("sound.wav"), file("missing/wave.svg")});
+    EXPECT_EQ(ran.status, 1);
+    EXPECT_THAT(ran.errors, HasSubstr("cannot be written"));
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "base/text.h"
 #include "platform/plist/PropertyListFile.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/VolumeHolding.h"
-#include "tests/tools/ToolRun.h"
 
 #include <gtest/gtest.h>
 
@@ -15,8 +15,8 @@ using namespace test;
 
 constexpr const char* kUsage = "diskutil: usage: diskutil info -plist MOUNTPOINT\n";
 
-ToolRun diskutil(const std::vector<std::string>& arguments) {
-    return toolRun(FW_TOOL_DISKUTIL, arguments);
+ProgramRun diskutil(const std::vector<std::string>& arguments) {
+    return programRun(FW_TOOL_DISKUTIL, arguments);
 }
 
 TEST(DiskutilTest, TellsOfAVolumeAsAPropertyList) {
@@ -26,7 +26,7 @@ TEST(DiskutilTest, TellsOfAVolumeAsAPropertyList) {
         GTEST_SKIP() << "no volume is mounted here";
     }
     const std::string& place = volume->mountPoint;
-    const ToolRun run = diskutil({"info", "-plist", place});
+    const ProgramRun run = diskutil({"info", "-plist", place});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.errors, "");
     auto list = propertyListFromBytes(run.output);
@@ -60,7 +60,7 @@ TEST(DiskutilTest, WhatIsNoMountPointIsNotFound) {
          {folder.path().string(), std::string("/nonexistent"), std::string(),
           std::string("caf\xC3\xA9 \xFF"), std::string("-x")}) {
         EXPECT_EQ(diskutil({"info", "-plist", path}),
-                  (ToolRun{1, "", "diskutil: Could not find disk: " + path + "\n"}));
+                  (ProgramRun{1, "", "diskutil: Could not find disk: " + path + "\n"}));
     }
 }
 
@@ -70,7 +70,7 @@ TEST(DiskutilTest, OtherArgumentsAreRefused) {
          {Arguments{}, Arguments{"info"}, Arguments{"info", "/"}, Arguments{"info", "-plist"},
           Arguments{"-plist", "info", "/"}, Arguments{"eraseDisk", "-plist", "/"},
           Arguments{"info", "-plist", "/", "/"}}) {
-        EXPECT_EQ(diskutil(arguments), (ToolRun{64, "", kUsage}));
+        EXPECT_EQ(diskutil(arguments), (ProgramRun{64, "", kUsage}));
     }
 }
 

@@ -1,6 +1,6 @@
 #include "tests/support/FileText.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/tools/ToolRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -46,13 +46,13 @@ protected:
                             entries + "\nzip.close()\n",
                         {folder_.path().string()});
     }
-    ToolRun unpack(const std::string& folder = "out") const {
-        return toolRun(FW_TOOL_DITTO, {"-xk", path("a.zip"), path(folder)});
+    ProgramRun unpack(const std::string& folder = "out") const {
+        return programRun(FW_TOOL_DITTO, {"-xk", path("a.zip"), path(folder)});
     }
     void expectRefused(const std::string& name) const {
-        EXPECT_EQ(unpack(), (ToolRun{1, "",
-                                     "ditto: " + path("a.zip") + ": refused: \"" + name +
-                                         "\" leads out of the folder\n"}));
+        EXPECT_EQ(unpack(), (ProgramRun{1, "",
+                                        "ditto: " + path("a.zip") + ": refused: \"" + name +
+                                            "\" leads out of the folder\n"}));
         expectNothingLeft();
     }
     void expectNothingLeft() const {
@@ -85,7 +85,7 @@ TEST_F(DittoHostileTest, ABackslashIsNoWayOut) {
 
 TEST_F(DittoHostileTest, ANameThroughALinkOfTheArchiveIsRefused) {
     makeArchive("link('way', '../outside')\nfile('way/new', 'x')");
-    const ToolRun run = unpack();
+    const ProgramRun run = unpack();
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.errors, HasSubstr("symlink"));
     expectNothingLeft();
@@ -154,7 +154,7 @@ TEST_F(DittoHostileTest, ADamagedFileLeavesNothing) {
     ASSERT_NE(contents, std::string::npos);
     bytes[contents + 500] = 'x';
     writeText(path("a.zip"), bytes);
-    const ToolRun run = unpack();
+    const ProgramRun run = unpack();
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.errors, StartsWith("ditto: " + path("a.zip") + "/b: "));
     EXPECT_THAT(run.errors, HasSubstr("CRC"));
@@ -169,9 +169,9 @@ TEST_F(DittoHostileTest, AFileWithoutTheBytesThatTheArchiveStatesIsNotMadeUpOfZe
     ASSERT_NE(lastOfDirectory, std::string::npos);
     bytes[lastOfDirectory + kSizeInDirectory + 2] = '\x10'; // 1 MiB.
     writeText(path("a.zip"), bytes);
-    EXPECT_EQ(
-        unpack(),
-        (ToolRun{1, "", "ditto: " + path("a.zip") + "/b: is shorter than the archive states\n"}));
+    EXPECT_EQ(unpack(),
+              (ProgramRun{1, "",
+                          "ditto: " + path("a.zip") + "/b: is shorter than the archive states\n"}));
     expectNothingLeft();
 }
 
@@ -212,7 +212,7 @@ TEST_F(DittoHostileTest, ANameThatIsMarkedAsTextAndIsNoneIsRefused) {
         bytes.replace(at, 2, "\xE9x");
     }
     writeText(path("a.zip"), bytes);
-    const ToolRun run = unpack();
+    const ProgramRun run = unpack();
     EXPECT_EQ(run.status, 1);
     EXPECT_THAT(run.errors, StartsWith("ditto: " + path("a.zip") + ": Pathname cannot"));
     expectNothingLeft();

@@ -1,9 +1,9 @@
 #include "tests/support/FileText.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/ScopedEnvironment.h"
 #include "tests/support/SmallFiles.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/WithoutPrivileges.h"
-#include "tests/tools/ToolRun.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,10 +27,10 @@ namespace fs = std::filesystem;
 constexpr const char* kUsage =
     "ditto: usage: ditto -ck [--keepParent] SOURCE ARCHIVE | -xk ARCHIVE FOLDER\n";
 
-const ToolRun kQuietly{0, "", ""};
+const ProgramRun kQuietly{0, "", ""};
 
-ToolRun ditto(const std::vector<std::string>& arguments) {
-    return toolRun(FW_TOOL_DITTO, arguments);
+ProgramRun ditto(const std::vector<std::string>& arguments) {
+    return programRun(FW_TOOL_DITTO, arguments);
 }
 
 /// The names in an archive as another reader sees them, each a line.
@@ -344,14 +344,15 @@ TEST_F(DittoTest, DotsAndSlashesAtTheEndAreTheFolderItself) {
 TEST_F(DittoTest, AFolderThatIsMissingHasNoTwoDots) {
     made("in/a", "a");
     EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}), kQuietly);
-    EXPECT_EQ(ditto({"-xk", path("a.zip"), path("missing/..")}),
-              (ToolRun{1, "", "ditto: " + path("missing/..") + ": No such file or directory\n"}));
+    EXPECT_EQ(
+        ditto({"-xk", path("a.zip"), path("missing/..")}),
+        (ProgramRun{1, "", "ditto: " + path("missing/..") + ": No such file or directory\n"}));
     EXPECT_THAT(left(), testing::UnorderedElementsAre("in", "a.zip"));
 }
 
 TEST_F(DittoTest, ASourceThatIsMissingGivesNoArchive) {
     EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}),
-              (ToolRun{1, "", "ditto: " + path("in") + ": No such file or directory\n"}));
+              (ProgramRun{1, "", "ditto: " + path("in") + ": No such file or directory\n"}));
     EXPECT_THAT(left(), testing::IsEmpty());
 }
 
@@ -360,9 +361,9 @@ TEST_F(DittoTest, WhatCannotBeKeptGivesNoArchiveAndLeavesTheOldOne) {
     made("a.zip", "old");
     ASSERT_EQ(::mkfifo(path("in/fifo").c_str(), 0600), 0);
     EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}),
-              (ToolRun{1, "",
-                       "ditto: " + path("in/fifo") +
-                           ": only files, folders and links can be archived\n"}));
+              (ProgramRun{1, "",
+                          "ditto: " + path("in/fifo") +
+                              ": only files, folders and links can be archived\n"}));
     EXPECT_EQ(readText(path("a.zip")), "old");
     EXPECT_THAT(left(), testing::UnorderedElementsAre("in", "a.zip"));
 }
@@ -379,7 +380,7 @@ TEST_F(DittoTest, WhatCannotBeReadGivesNoArchive) {
         {
             const WithoutPrivileges without;
             ASSERT_TRUE(without.worked());
-            const ToolRun run = toolRun(tool, {"-ck", path("in"), path("a.zip")});
+            const ProgramRun run = programRun(tool, {"-ck", path("in"), path("a.zip")});
             EXPECT_NE(run.status, 0) << shut;
             EXPECT_THAT(run.errors, HasSubstr(shut));
         }
@@ -393,9 +394,9 @@ TEST_F(DittoTest, AnArchiveThatCannotBeWrittenIsAnError) {
     fs::create_directory(path("folder"));
     const std::string missing = path("no/a.zip");
     EXPECT_EQ(ditto({"-ck", path("in"), missing}),
-              (ToolRun{1, "", "ditto: " + missing + ": No such file or directory\n"}));
+              (ProgramRun{1, "", "ditto: " + missing + ": No such file or directory\n"}));
     EXPECT_EQ(ditto({"-ck", path("in"), path("folder")}),
-              (ToolRun{1, "", "ditto: " + path("folder") + ": Is a directory\n"}));
+              (ProgramRun{1, "", "ditto: " + path("folder") + ": Is a directory\n"}));
     EXPECT_THAT(left(), testing::UnorderedElementsAre("in", "folder"));
 }
 
@@ -409,11 +410,12 @@ TEST_F(DittoTest, ALimitOfAFilesSizeLeavesNothingBehind) {
     {
         // The library of archives keeps its packer after a failure, and the tool ends with that.
         const ScopedEnvironment sanitizer("ASAN_OPTIONS", "detect_leaks=0");
-        EXPECT_EQ(ditto({"-ck", path("in"), path("b.zip")}),
-                  (ToolRun{1, "", "ditto: " + path("in/a") + ": Write error: File too large\n"}));
+        EXPECT_EQ(
+            ditto({"-ck", path("in"), path("b.zip")}),
+            (ProgramRun{1, "", "ditto: " + path("in/a") + ": Write error: File too large\n"}));
     }
     EXPECT_EQ(ditto({"-xk", path("a.zip"), path("out")}),
-              (ToolRun{1, "", "ditto: " + path("out/a") + ": Write failed: File too large\n"}));
+              (ProgramRun{1, "", "ditto: " + path("out/a") + ": Write failed: File too large\n"}));
     EXPECT_THAT(left(), testing::UnorderedElementsAre("in", "a.zip"));
 }
 
@@ -423,7 +425,7 @@ TEST_F(DittoTest, AFileInTheFoldersPlaceIsAnError) {
     fs::create_symlink("nowhere", path("dangling"));
     EXPECT_EQ(ditto({"-ck", path("in"), path("a.zip")}), kQuietly);
     for (const char* name : {"out", "dangling", "out/below"}) {
-        const ToolRun run = ditto({"-xk", path("a.zip"), path(name)});
+        const ProgramRun run = ditto({"-xk", path("a.zip"), path(name)});
         EXPECT_EQ(run.status, 1);
         EXPECT_EQ(run.errors, "ditto: " + path(name) + ": Not a directory\n");
     }
@@ -440,7 +442,7 @@ TEST_F(DittoTest, OtherArgumentsAreRefused) {
           Arguments{"-ck", "--keepParents", a, b}, Arguments{"-ck", a, "--keepParent", b},
           Arguments{"-xk"}, Arguments{"-xk", a}, Arguments{"-xk", "--keepParent", a, b},
           Arguments{"-c", "-k", a, b}, Arguments{a, b}, Arguments{"", a, b}}) {
-        EXPECT_EQ(ditto(arguments), (ToolRun{64, "", kUsage}));
+        EXPECT_EQ(ditto(arguments), (ProgramRun{64, "", kUsage}));
     }
     EXPECT_FALSE(fs::exists(b));
 }

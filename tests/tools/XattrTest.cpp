@@ -1,7 +1,7 @@
 #include "platform/files/ExtendedAttributes.h"
 #include "tests/support/FileText.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
-#include "tests/tools/ToolRun.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +18,8 @@ constexpr const char* kName = "com.apple.progress.fractionCompleted";
 constexpr const char* kUsage =
     "xattr: usage: xattr -d NAME PATH | -p NAME PATH | -w NAME VALUE PATH\n";
 
-ToolRun xattr(const std::vector<std::string>& arguments) {
-    return toolRun(FW_TOOL_XATTR, arguments);
+ProgramRun xattr(const std::vector<std::string>& arguments) {
+    return programRun(FW_TOOL_XATTR, arguments);
 }
 
 class XattrTest : public testing::Test {
@@ -34,10 +34,10 @@ protected:
 
 TEST_F(XattrTest, WritesPrintsAndRemovesAnAttribute) {
     const std::string file = made("a");
-    EXPECT_EQ(xattr({"-w", kName, "0.250", file}), (ToolRun{0, "", ""}));
+    EXPECT_EQ(xattr({"-w", kName, "0.250", file}), (ProgramRun{0, "", ""}));
     EXPECT_EQ(extendedAttribute(file, kName).value(), "0.250");
-    EXPECT_EQ(xattr({"-p", kName, file}), (ToolRun{0, "0.250\n", ""}));
-    EXPECT_EQ(xattr({"-d", kName, file}), (ToolRun{0, "", ""}));
+    EXPECT_EQ(xattr({"-p", kName, file}), (ProgramRun{0, "0.250\n", ""}));
+    EXPECT_EQ(xattr({"-d", kName, file}), (ProgramRun{0, "", ""}));
     EXPECT_EQ(extendedAttribute(file, kName).error().code, ENODATA);
 }
 
@@ -70,23 +70,23 @@ TEST_F(XattrTest, TakesPathsNamesAndValuesOfAnyBytes) {
 TEST_F(XattrTest, SaysWhenThereIsNoSuchAttribute) {
     const std::string file = made("a");
     const std::string text = "xattr: " + file + ": No such attribute: n\n";
-    EXPECT_EQ(xattr({"-p", "n", file}), (ToolRun{1, "", text}));
-    EXPECT_EQ(xattr({"-d", "n", file}), (ToolRun{1, "", text}));
+    EXPECT_EQ(xattr({"-p", "n", file}), (ProgramRun{1, "", text}));
+    EXPECT_EQ(xattr({"-d", "n", file}), (ProgramRun{1, "", text}));
 }
 
 TEST_F(XattrTest, SaysWhenThereIsNoSuchFile) {
     const std::string file = folder_.file("missing");
     const std::string text = "xattr: " + file + ": No such file or directory\n";
-    EXPECT_EQ(xattr({"-p", "n", file}), (ToolRun{1, "", text}));
-    EXPECT_EQ(xattr({"-d", "n", file}), (ToolRun{1, "", text}));
-    EXPECT_EQ(xattr({"-w", "n", "v", file}), (ToolRun{1, "", text}));
+    EXPECT_EQ(xattr({"-p", "n", file}), (ProgramRun{1, "", text}));
+    EXPECT_EQ(xattr({"-d", "n", file}), (ProgramRun{1, "", text}));
+    EXPECT_EQ(xattr({"-w", "n", "v", file}), (ProgramRun{1, "", text}));
 }
 
 TEST_F(XattrTest, SaysWhenTheAttributeCannotBe) {
-    const ToolRun run = xattr({"-w", std::string(256, 'n'), "v", made("a")});
+    const ProgramRun run = xattr({"-w", std::string(256, 'n'), "v", made("a")});
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.errors, "xattr: " + folder_.file("a") + ": Numerical result out of range\n");
-    const ToolRun unsupported = xattr({"-w", "n", "v", "/proc/self/comm"});
+    const ProgramRun unsupported = xattr({"-w", "n", "v", "/proc/self/comm"});
     EXPECT_EQ(unsupported.status, 1);
 }
 
@@ -97,7 +97,7 @@ TEST_F(XattrTest, OtherArgumentsAreRefused) {
          {Arguments{}, Arguments{"-w"}, Arguments{"-w", "n", file}, Arguments{"-d", file},
           Arguments{"-d", "n", file, file}, Arguments{"-l", file}, Arguments{"-p", "n"},
           Arguments{"-w", "n", "v", file, file}, Arguments{"", "n", file}}) {
-        EXPECT_EQ(xattr(arguments), (ToolRun{64, "", kUsage}));
+        EXPECT_EQ(xattr(arguments), (ProgramRun{64, "", kUsage}));
     }
 }
 

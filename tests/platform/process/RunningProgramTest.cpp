@@ -1,10 +1,9 @@
 #include "platform/process/RunningProgram.h"
 
-#include "platform/process/ChildProcess.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <filesystem>
 
@@ -21,19 +20,11 @@ protected:
         return path;
     }
 
-    static std::string answerOf(const std::string& program, std::vector<std::string> arguments) {
-        ChildProcessOptions options;
-        options.path = program;
-        options.arguments = std::move(arguments);
-        options.standardOutput = ChildStream::kPipe;
-        auto child = ChildProcess::start(options);
-        EXPECT_TRUE(child);
-        std::string output;
-        while (child && child.value()->readOutput(output)) {
-            pollfd readable{child.value()->outputDescriptor(), POLLIN, 0};
-            ::poll(&readable, 1, -1);
-        }
-        return output;
+    static std::string answerOf(const std::string& program,
+                                const std::vector<std::string>& arguments) {
+        const test::ProgramRun run = test::programRun(program, arguments);
+        EXPECT_EQ(run.status, 0) << run.errors;
+        return run.output;
     }
 
     test::TemporaryFolder folder;

@@ -1,6 +1,6 @@
 #include "platform/tools/toolPath.h"
 
-#include "platform/process/ChildProcess.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
@@ -52,15 +52,13 @@ TEST_F(ToolPath, OfAToolThatTheMachineHasNotIsOurs) {
 
 /// What a program says that lies in the folder "bin" of another.
 std::string answerFrom(const std::filesystem::path& folder, const std::string& tool) {
-    std::filesystem::create_directories(folder / "bin");
-    std::filesystem::copy_file(FW_TOOL_PATH_PROBE, folder / "bin/probe",
+    const auto probe = folder / "bin/probe";
+    std::filesystem::create_directories(probe.parent_path());
+    std::filesystem::copy_file(FW_TOOL_PATH_PROBE, probe,
                                std::filesystem::copy_options::overwrite_existing);
-    ChildProcessOptions options;
-    options.path = (folder / "bin/probe").string();
-    options.arguments = {tool};
-    options.standardOutput = ChildStream::kPipe;
-    auto child = ChildProcess::start(options);
-    return child ? child.value()->availableOutput() : std::string();
+    const test::ProgramRun run = test::programRun(probe.string(), {tool});
+    EXPECT_EQ(run.status, 0) << run.errors;
+    return run.output;
 }
 
 TEST_F(ToolPath, IsFoundFromWhereTheProgramLies) {

@@ -1,13 +1,12 @@
 #include "platform/workspace/Workspace.h"
 
-#include "platform/process/ChildProcess.h"
 #include "tests/platform/workspace/TestApplication.h"
 #include "tests/support/FileText.h"
+#include "tests/support/ProgramRun.h"
 #include "tests/support/ScopedEnvironment.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -35,19 +34,9 @@ std::string bracketed(const Texts& arguments) {
 
 /// Runs the probe, which ends at once; what it prints.
 std::string answerOf(const Texts& arguments) {
-    ChildProcessOptions options;
-    options.path = WORKSPACE_PROBE;
-    options.arguments = arguments;
-    options.standardOutput = ChildStream::kPipe;
-    auto child = ChildProcess::start(options);
-    std::string output;
-    while (child && child.value()->readOutput(output)) {
-        pollfd readable{child.value()->outputDescriptor(), POLLIN, 0};
-        ::poll(&readable, 1, -1);
-    }
-    EXPECT_TRUE(child &&
-                child.value()->wait(std::chrono::minutes(1)) == ChildEnd(ExitedWithStatus{0}));
-    return output;
+    const test::ProgramRun run = test::programRun(WORKSPACE_PROBE, arguments);
+    EXPECT_EQ(run.status, 0) << run.errors;
+    return run.output;
 }
 
 /// Signals 32 and 33.

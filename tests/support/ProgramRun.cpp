@@ -1,4 +1,4 @@
-#include "tests/tools/ToolRun.h"
+#include "tests/support/ProgramRun.h"
 
 #include "platform/process/ChildProcess.h"
 
@@ -6,14 +6,14 @@
 
 namespace fw::test {
 
-ToolRun toolRun(const std::string& program, const std::vector<std::string>& arguments) {
+ProgramRun programRun(const std::string& program, const std::vector<std::string>& arguments) {
     ChildProcessOptions options;
     options.path = program;
     options.arguments = arguments;
     options.standardOutput = ChildStream::kPipe;
     options.standardError = ChildStream::kPipe;
     auto child = ChildProcess::start(options);
-    ToolRun run;
+    ProgramRun run;
     if (!child) {
         return run;
     }
@@ -35,7 +35,7 @@ ToolRun toolRun(const std::string& program, const std::vector<std::string>& argu
 std::string printedByPython(const std::string& script, const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"-c", script};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    const ToolRun run = toolRun("/usr/bin/python3", all);
+    const ProgramRun run = programRun("/usr/bin/python3", all);
     EXPECT_EQ(run.status, 0) << run.errors;
     return run.output;
 }

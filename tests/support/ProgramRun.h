@@ -6,15 +6,16 @@
 namespace fw::test {
 
 /// How a program ended, and what it wrote.
-struct ToolRun {
+struct ProgramRun {
     int status = -1; ///< -1 when it was not started or a signal ended it.
     std::string output;
     std::string errors;
 
-    bool operator==(const ToolRun&) const = default;
+    bool operator==(const ProgramRun&) const = default;
 };
 
-ToolRun toolRun(const std::string& program, const std::vector<std::string>& arguments);
+/// Runs a program to its end; whoever started it may then replace its file.
+ProgramRun programRun(const std::string& program, const std::vector<std::string>& arguments);
 
 /// Runs a script in Python, with `sys.argv[1:]` as its arguments; what it prints. A script that
 /// fails makes the test fail.
