@@ -360,8 +360,8 @@ TEST_F(FWLogTest, SwitchedOffMeanwhileItEndsAtTheNextRotation) {
         home.outputOf({"create=Probe", "finish",
                        "write=Library/Preferences/com.fernwick.global.plist:"
                        "<plist><dict><key>disable-logging</key><true/></dict></plist>",
-                       "big=49", "finish", "append=still written", "finish", "big=2", "finish",
-                       "append=dropped", "counters"});
+                       "big=49", "finish", "append=still written", "finish", "hold-output", "big=2",
+                       "release-output", "finish", "append=dropped", "counters"});
     EXPECT_THAT(output, StartsWith("Logging is disabled\nwritten "));
     EXPECT_THAT(output, EndsWith(" waiting 100000 disabled 1 quiet 0\n"))
         << "kept as it is: the text behind the limit is not counted down";

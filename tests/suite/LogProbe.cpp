@@ -14,6 +14,8 @@
 //   opening=FILE        waits until an opening of the file waits for the end of a lease
 //   held=FILE           whether one does
 //   short=TEXT          appends on a second thread and ends the process at once
+//   hold-output         whoever prints waits from now on, the log's worker too
+//   release-output
 //   finish  counters  name  logs  singleton  size-limit=BYTES  die
 //   no-threads          goes on as an ordinary user who may start no more threads
 //   no-folders          asking for a folder throws from now on
@@ -251,6 +253,14 @@ const std::map<std::string_view, Instruction>& instructions() {
              const std::string command = "/proc/" + std::to_string(::getpid()) +
                                          "/exe user=0 library=" + machineLibrary + " create=Probe";
              static_cast<void>(std::system(command.c_str()));
+         }},
+        {"hold-output",
+         [](const std::string&) {
+             ::flockfile(stdout);
+         }},
+        {"release-output",
+         [](const std::string&) {
+             ::funlockfile(stdout);
          }},
         {"finish",
          [](const std::string&) {
