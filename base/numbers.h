@@ -26,7 +26,7 @@ constexpr Integer saturatingCast(double value) {
     return static_cast<Integer>(value);
 }
 
-/// Sum and difference held at the ends of the range.
+/// Sum, difference and product held at the ends of the range.
 constexpr std::int64_t saturatingAdd(std::int64_t a, std::int64_t b) {
     std::int64_t sum = 0;
     if (!__builtin_add_overflow(a, b, &sum)) {
@@ -43,6 +43,15 @@ constexpr std::int64_t saturatingSubtract(std::int64_t a, std::int64_t b) {
     }
     return b < 0 ? std::numeric_limits<std::int64_t>::max()
                  : std::numeric_limits<std::int64_t>::min();
+}
+
+constexpr std::int64_t saturatingMultiply(std::int64_t a, std::int64_t b) {
+    std::int64_t product = 0;
+    if (!__builtin_mul_overflow(a, b, &product)) {
+        return product;
+    }
+    return (a < 0) == (b < 0) ? std::numeric_limits<std::int64_t>::max()
+                              : std::numeric_limits<std::int64_t>::min();
 }
 
 /// The low 32 bits, as "%i" and "%u" print a wider value.

@@ -1,6 +1,6 @@
 #include "platform/libav/BufferPool.h"
 
-#include <algorithm>
+#include <functional>
 
 namespace fw::libav {
 
@@ -14,12 +14,12 @@ std::shared_ptr<MemoryPixelBuffer> BufferPool::take(PixelLayout layout, std::uin
             return kept->width() == width && kept->height() == height &&
                    kept->bytesPerRow() == bytesPerRow;
         };
-        const auto found = std::find_if(shelf_->buffers.begin(), shelf_->buffers.end(), fits);
-        if (found != shelf_->buffers.end()) {
-            buffer = std::move(*found);
-        }
         // A buffer of another size will not be asked for again: the movie has changed its size.
-        shelf_->buffers.clear();
+        std::erase_if(shelf_->buffers, std::not_fn(fits));
+        if (!shelf_->buffers.empty()) {
+            buffer = std::move(shelf_->buffers.back());
+            shelf_->buffers.pop_back();
+        }
     }
     if (!buffer) {
         buffer = std::make_unique<MemoryPixelBuffer>(width, height, bytesPerRow);

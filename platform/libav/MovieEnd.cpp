@@ -28,12 +28,10 @@ bool isGuess(const AVFormatContext& format) {
 /// What the packets of one stream say about its end.
 class StreamEnd {
 public:
-    StreamEnd(const AVFormatContext& format, const AVStream& stream) : timing_(format, stream) {
-        const std::int64_t frames = std::max(stream.codecpar->video_delay, 0);
-        for (std::int64_t i = 0; i < frames; ++i) {
-            reorderedTicks_ = saturatingAdd(reorderedTicks_, timing_.frameTicks());
-        }
-    }
+    StreamEnd(const AVFormatContext& format, const AVStream& stream)
+        : timing_(format, stream),
+          reorderedTicks_(saturatingMultiply(std::max(stream.codecpar->video_delay, 0),
+                                             timing_.frameTicks())) {}
 
     void take(const AVPacket& packet) {
         const std::int64_t length = std::max(packet.duration, timing_.frameTicks());
@@ -63,7 +61,7 @@ public:
 
 private:
     StreamTiming timing_;
-    std::int64_t reorderedTicks_ = 0;
+    std::int64_t reorderedTicks_;
     std::optional<std::int64_t> latest_;
     std::int64_t bound_ = 0;
     bool hasBound_ = false;

@@ -190,8 +190,8 @@ bool PictureDecoder::jumpOverDamage() {
         return false;
     }
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-    const std::int64_t frame = std::min(timing_.frameTicks(), kMost / jumpFrames_);
-    const std::int64_t target = saturatingAdd(*lastTimestamp_, jumpFrames_ * frame);
+    const std::int64_t target =
+        saturatingAdd(*lastTimestamp_, saturatingMultiply(jumpFrames_, timing_.frameTicks()));
     jumpFrames_ *= 2;
     if (avformat_seek_file(format_.get(), stream_->index, target, target, kMost, 0) < 0) {
         return false;

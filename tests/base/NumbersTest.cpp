@@ -56,6 +56,8 @@ TEST(SaturatingArithmetic, adds_exactly_within_the_range) {
     EXPECT_EQ(saturatingAdd(-40, 2), -38);
     EXPECT_EQ(saturatingSubtract(40, 2), 38);
     EXPECT_EQ(saturatingSubtract(40, -2), 42);
+    EXPECT_EQ(saturatingMultiply(-6, 7), -42);
+    EXPECT_EQ(saturatingMultiply(-6, -7), 42);
 }
 
 TEST(SaturatingArithmetic, stops_at_the_ends_of_the_range) {
@@ -69,6 +71,12 @@ TEST(SaturatingArithmetic, stops_at_the_ends_of_the_range) {
     EXPECT_EQ(saturatingSubtract(kLeast, 1), kLeast);
     EXPECT_EQ(saturatingSubtract(kMost, -1), kMost);
     EXPECT_EQ(saturatingSubtract(0, kLeast), kMost);
+    EXPECT_EQ(saturatingMultiply(kLeast, 1), kLeast);
+    EXPECT_EQ(saturatingMultiply(kLeast, 0), 0);
+    EXPECT_EQ(saturatingMultiply(kLeast, -1), kMost);
+    EXPECT_EQ(saturatingMultiply(kMost, 2), kMost);
+    EXPECT_EQ(saturatingMultiply(kMost, -2), kLeast);
+    EXPECT_EQ(saturatingMultiply(-2, kMost), kLeast);
 }
 
 TEST(Low32Bits, are_kept_signed_and_unsigned) {
