@@ -334,6 +334,7 @@ int main(int argc, char** argv) {
         const std::size_t equals = argument.find('=');
         const std::string value = equals == std::string::npos ? "" : argument.substr(equals + 1);
         fw::instructions().at(std::string_view(argument).substr(0, equals))(value);
+        std::fflush(stdout);
     }
     return 0;
 }

@@ -14,19 +14,24 @@ namespace fw::test {
 namespace {
 
 constexpr timespec kLongest{60, 0}; // The kernel itself takes a lease away after 45 s.
+constexpr int kGiveUp = SIGUSR1;
 
 /// The process that holds it; only calls that are allowed after a fork among threads.
 [[noreturn]] void hold(const char* path, const timespec& moment, int toldWhenHeld) {
     sigset_t broken;
+    sigset_t told;
     sigemptyset(&broken);
+    sigemptyset(&told);
     sigaddset(&broken, SIGIO);
+    sigaddset(&told, kGiveUp);
     ::sigprocmask(SIG_BLOCK, &broken, nullptr);
+    ::sigprocmask(SIG_BLOCK, &told, nullptr);
     const int file = ::open(path, O_RDWR | O_CLOEXEC);
     if (file < 0 || ::fcntl(file, F_SETLEASE, F_WRLCK) != 0 || ::write(toldWhenHeld, "x", 1) != 1 ||
         ::sigtimedwait(&broken, nullptr, &kLongest) != SIGIO) {
         ::_exit(EXIT_FAILURE);
     }
-    ::nanosleep(&moment, nullptr);
+    ::sigtimedwait(&told, nullptr, &moment);
     ::fcntl(file, F_SETLEASE, F_UNLCK);
     ::_exit(EXIT_SUCCESS);
 }
@@ -56,6 +61,10 @@ LeasedFile::~LeasedFile() {
         ::kill(holder_, SIGKILL);
         end();
     }
+}
+
+void LeasedFile::giveUp() const {
+    ::kill(holder_, kGiveUp);
 }
 
 bool LeasedFile::wasGivenUp() {

@@ -21,6 +21,8 @@ public:
 
     /// Not every file system has leases, and not every user may take one.
     bool isHeld() const { return isHeld_; }
+    /// Ends the moment, or keeps it from beginning.
+    void giveUp() const;
     /// Whether it has been given up to somebody; waits until the process has ended.
     bool wasGivenUp();
 
