@@ -64,7 +64,9 @@ LeasedFile::~LeasedFile() {
 }
 
 void LeasedFile::giveUp() const {
-    ::kill(holder_, kGiveUp);
+    if (holder_ > 0) {
+        ::kill(holder_, kGiveUp);
+    }
 }
 
 bool LeasedFile::wasGivenUp() {
