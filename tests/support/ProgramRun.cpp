@@ -15,6 +15,7 @@ ProgramRun programRun(const std::string& program, const std::vector<std::string>
     auto child = ChildProcess::start(options);
     ProgramRun run;
     if (!child) {
+        run.errors = child.error().description;
         return run;
     }
     const auto readAll = [](auto read) {

@@ -9,7 +9,7 @@ namespace fw::test {
 struct ProgramRun {
     int status = -1; ///< -1 when it was not started or a signal ended it.
     std::string output;
-    std::string errors;
+    std::string errors; ///< Or why it was not started.
 
     bool operator==(const ProgramRun&) const = default;
 };
